@@ -1,0 +1,36 @@
+#include "shell/session_context.h"
+
+#include <cstdarg>
+#include <cstdio>
+
+namespace kestrel {
+
+SessionContext* g_current_session = nullptr;
+
+SessionContext::SessionContext() { Tcl_DStringInit(&partial); }
+
+SessionContext::~SessionContext() {
+    if (interp) Tcl_DeleteInterp(interp);
+    interp = nullptr;
+    Tcl_DStringFree(&partial);
+}
+
+void SessionContext::append_message(const char* format, ...) {
+    va_list args;
+    va_start(args, format);
+    va_list copy;
+    va_copy(copy, args);
+    int length = std::vsnprintf(nullptr, 0, format, copy);
+    va_end(copy);
+    message.assign(length > 0 ? static_cast<size_t>(length) : 0, '\0');
+    if (length > 0) std::vsnprintf(message.data(), message.size() + 1, format, args);
+    va_end(args);
+    Tcl_AppendResult(interp, message.c_str(), nullptr);
+}
+
+void SessionContext::discard_partial_command() {
+    Tcl_DStringFree(&partial);
+    new_command = true;
+}
+
+}  // namespace kestrel

@@ -1,0 +1,49 @@
+// SessionContext: everything one interpreter life owns. Made at start-up and
+// on every restart; every command gets it as client data.
+#pragma once
+
+#include <tcl.h>
+
+#include <cstdint>
+#include <string>
+
+#include "shell/debug_switches.h"
+#include "shell/session_statistics.h"
+#include "transfer/payload_generator.h"
+
+namespace kestrel {
+
+class SessionContext {
+public:
+    SessionContext();
+    ~SessionContext();
+    SessionContext(const SessionContext&) = delete;
+    SessionContext& operator=(const SessionContext&) = delete;
+
+    // Formats a command's message into the session's message buffer and
+    // appends it to the interpreter result.
+    void append_message(const char* format, ...) __attribute__((format(printf, 2, 3)));
+
+    // Drops a partially typed command.
+    void discard_partial_command();
+
+    DebugSwitches debug_switches{};
+    uint8_t show_stack_on_error = 1;
+    std::string message;
+    uint32_t wait_timeout_switch = 0;  // PT_option +timeout / -timeout
+    Tcl_Interp* interp = nullptr;
+    PayloadGenerator payload_generator;
+    bool payload_mode = false;  // PT_option +agpmode / -agpmode
+    SessionTotals totals{};
+
+    // Read-eval state: new_command is true when no partial command is held;
+    // partial accumulates the lines of an incomplete command.
+    bool new_command = true;
+    Tcl_DString partial;
+};
+
+// The one SessionContext of the running interpreter life (null between
+// lives).
+extern SessionContext* g_current_session;
+
+}  // namespace kestrel

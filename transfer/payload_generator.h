@@ -1,0 +1,52 @@
+// The payload generator's state: which sequence test payloads follow and
+// where each direction's sequence stands. PT_option's agpmode words set it.
+#pragma once
+
+#include <tcl.h>
+
+#include <cstdint>
+#include <optional>
+#include <string>
+#include <string_view>
+
+namespace kestrel {
+
+enum class PayloadMode : uint32_t {
+    random = 1,
+    seq8 = 2,
+    seq16 = 3,
+    tcl = 4,
+};
+
+class PayloadGenerator {
+public:
+    // +agpmode: enabled, both sequences back at their start.
+    void enable();
+    // -agpmode: every check passes until enabled again.
+    void disable() { enabled_ = false; }
+    bool enabled() const { return enabled_; }
+
+    void set_mode(PayloadMode mode) { mode_ = static_cast<uint32_t>(mode); }
+    // Mode tcl: payloads come from a script procedure.
+    void set_tcl_procedure(std::string_view procedure);
+    uint32_t mode() const { return mode_; }
+    const std::string& tcl_procedure() const { return tcl_procedure_; }
+    // The mode's option word, or nothing for tcl and unknown modes.
+    std::optional<std::string_view> mode_word() const;
+
+    uint32_t transmit_counter() const { return transmit_counter_; }
+    uint32_t receive_counter() const { return receive_counter_; }
+
+    void set_interpreter(Tcl_Interp* interp) { interp_ = interp; }
+    Tcl_Interp* interpreter() const { return interp_; }
+
+private:
+    uint32_t receive_counter_ = 0;
+    uint32_t transmit_counter_ = 0;
+    uint32_t mode_ = static_cast<uint32_t>(PayloadMode::random);
+    bool enabled_ = true;
+    std::string tcl_procedure_;
+    Tcl_Interp* interp_ = nullptr;
+};
+
+}  // namespace kestrel
