@@ -9,8 +9,11 @@
 namespace kestrel {
 namespace {
 
-constexpr uint32_t kInStyle = kTraceIncoming | kTraceHeader | kTracePrefix;   // 0x0b800000
-constexpr uint32_t kOutStyle = kTraceOutgoing | kTraceHeader | kTracePrefix;  // 0x06800000
+// The style bits that go with each direction. The incoming set carries the
+// rule bit and the outgoing one does not, so switching outgoing categories
+// off keeps the rule lines.
+constexpr uint32_t kInStyle = 0x0b800000;
+constexpr uint32_t kOutStyle = 0x06800000;
 constexpr uint8_t kNoSwitch = 0xff;
 
 struct Category {

@@ -1,0 +1,65 @@
+#!/usr/bin/env bash
+# Runs one script case: pipes CASE.tcl into the real kestrel, in a fresh
+# working directory that holds a copy of the script library, and compares
+# the console with CASE.out exactly. Only what truly varies is masked: the
+# session times and the build's version line. In CASE.out a line @HEADER@
+# stands for the start-up block in header.txt.
+#
+# Optional files beside the case:
+#   CASE.args     command-line arguments, one per line
+#   CASE.rc       the expected exit status (default 0)
+#   CASE.setup    shell commands run in the working directory first
+#   CASE.log      the expected content of log.txt in the working directory
+#
+# usage: run_case.sh KESTREL SOURCE_DIR CASE_PATH VERSION_LINE
+set -u
+kestrel=$1 source_dir=$2 case=$3 version_line=$4
+here=$(cd "$(dirname "$0")" && pwd)
+
+work=$(mktemp -d)
+trap 'rm -rf "$work"' EXIT
+cp -r "$source_dir/kestrellibs" "$work/"
+
+args=()
+[ -f "$case.args" ] && mapfile -t args < "$case.args"
+if [ -f "$case.setup" ]; then
+    (cd "$work" && SOURCE_DIR="$source_dir" bash -e "$case.setup") || { echo "setup failed"; exit 1; }
+fi
+
+(cd "$work" && "$kestrel" "${args[@]}" < "$case.tcl" > "$work/console.txt" 2>&1)
+rc=$?
+
+mask() {
+    sed -E -e 's/^(Session (start|end) time is) [A-Z][a-z]{2} [A-Z][a-z]{2} [ 0-9][0-9] [0-9:]{8} [0-9]{4}$/\1 <TIME>/' \
+           -e "s/^$(printf '%s' "$version_line" | sed 's/[][\.*^$/]/\\&/g')\$/<VERSION>/" "$1"
+}
+# @HEADER@ lines of an expected file become the start-up block.
+expand() {
+    awk -v header="$here/header.txt" '
+        $0 == "@HEADER@" { while ((getline line < header) > 0) print line; close(header); next }
+        { print }' "$1"
+}
+
+status=0
+expected_rc=0
+[ -f "$case.rc" ] && expected_rc=$(cat "$case.rc")
+if [ "$rc" != "$expected_rc" ]; then
+    echo "exit status $rc, expected $expected_rc"
+    status=1
+fi
+if ! diff -u <(expand "$case.out") <(mask "$work/console.txt") > "$work/diff.txt"; then
+    echo "console differs from $(basename "$case").out:"
+    cat "$work/diff.txt"
+    status=1
+fi
+if [ -f "$case.log" ]; then
+    if [ ! -f "$work/log.txt" ]; then
+        echo "no log.txt was written"
+        status=1
+    elif ! diff -u <(expand "$case.log") <(mask "$work/log.txt") > "$work/diff.txt"; then
+        echo "log.txt differs from $(basename "$case").log:"
+        cat "$work/diff.txt"
+        status=1
+    fi
+fi
+exit $status
