@@ -30,7 +30,7 @@ fi
 rc=$?
 
 mask() {
-    sed -E -e 's/^(Session (start|end) time is) [A-Z][a-z]{2} [A-Z][a-z]{2} [ 0-9][0-9] [0-9:]{8} [0-9]{4}$/\1 <TIME>/' \
+    sed -E -e 's/(Session (start|end) time is) [A-Z][a-z]{2} [A-Z][a-z]{2} [ 0-9][0-9] [0-9:]{8} [0-9]{4}$/\1 <TIME>/' \
            -e "s/^$(printf '%s' "$version_line" | sed 's/[][\.*^$/]/\\&/g')\$/<VERSION>/" "$1"
 }
 # @HEADER@ lines of an expected file become the start-up block.

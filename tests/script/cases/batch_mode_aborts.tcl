@@ -1,0 +1,5 @@
+puts a
+
+
+foo
+puts never

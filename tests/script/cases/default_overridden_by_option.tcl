@@ -1,0 +1,2 @@
+puts $comport
+puts $protocol

@@ -1,0 +1,2 @@
+puts one
+quit

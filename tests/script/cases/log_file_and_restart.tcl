@@ -1,0 +1,4 @@
+puts "to both"
+restart
+puts again
+quit

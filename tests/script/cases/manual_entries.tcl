@@ -1,0 +1,14 @@
+puts [array names manual]
+set entry $manual(PT_option)
+puts [llength $entry]
+puts [lindex $entry 0]
+puts [lindex $entry 1]
+puts [lindex $entry 3]
+puts [lindex $entry 4]
+puts <[lindex $entry 5]>
+puts [lindex [split [lindex $entry 2] \n] 0]
+puts [llength [split [lindex $entry 2] \n]]
+help PT_option
+help
+help opt
+help nothing_like_this

@@ -1,0 +1,5 @@
+set x {a
+b
+c}
+puts [string map {"\n" |} $x]
+puts done

@@ -1,0 +1,4 @@
+puts $a
+puts [info exists novalue]
+puts "<$empty>"
+puts [info exists x]

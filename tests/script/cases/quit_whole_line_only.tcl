@@ -1,0 +1,5 @@
+puts one
+ quit
+quit 
+Exit
+puts never

@@ -1,0 +1,3 @@
+puts [file exists kestrellibs/tclIndex]
+extra_proc
+help nothing

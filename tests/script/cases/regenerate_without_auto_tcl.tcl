@@ -1,0 +1,1 @@
+puts [file exists kestrellibs/tclIndex]

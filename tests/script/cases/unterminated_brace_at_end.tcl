@@ -1,0 +1,3 @@
+puts hi
+set x {
+puts inside
