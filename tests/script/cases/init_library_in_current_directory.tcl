@@ -1,0 +1,2 @@
+puts ok
+puts $tcl_library

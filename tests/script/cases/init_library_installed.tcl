@@ -1,0 +1,1 @@
+puts [expr {$tcl_library ne "."}]
