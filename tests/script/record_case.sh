@@ -11,10 +11,7 @@ source_dir=$(cd "$here/../.." && pwd)
 version_line=$(cd "$(mktemp -d)" && "$kestrel" < /dev/null | sed -n 10p)
 header_lines=$(wc -l < "$here/header.txt")
 
-mask() {
-    sed -E -e 's/(Session (start|end) time is) [A-Z][a-z]{2} [A-Z][a-z]{2} [ 0-9][0-9] [0-9:]{8} [0-9]{4}$/\1 <TIME>/' \
-           -e "s/^$(printf '%s' "$version_line" | sed 's/[][\.*^$/]/\\&/g')\$/<VERSION>/"
-}
+source "$here/mask.sh"
 # Replaces each copy of the start-up block (it always follows a line break)
 # with @HEADER@.
 fold_header() {
@@ -34,7 +31,7 @@ for case in "$@"; do
     [ -f "$case.setup" ] && (cd "$work" && SOURCE_DIR="$source_dir" bash -e "$case.setup")
     (cd "$work" && "$kestrel" "${args[@]}" < "$case.tcl" > console.txt 2>&1)
     echo "$case: exit status $?"
-    mask < "$work/console.txt" | fold_header > "$case.out"
-    [ -f "$work/log.txt" ] && mask < "$work/log.txt" | fold_header > "$case.log"
+    mask "$version_line" < "$work/console.txt" | fold_header > "$case.out"
+    [ -f "$work/log.txt" ] && mask "$version_line" < "$work/log.txt" | fold_header > "$case.log"
     rm -rf "$work"
 done

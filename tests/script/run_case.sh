@@ -29,10 +29,7 @@ fi
 (cd "$work" && "$kestrel" "${args[@]}" < "$case.tcl" > "$work/console.txt" 2>&1)
 rc=$?
 
-mask() {
-    sed -E -e 's/(Session (start|end) time is) [A-Z][a-z]{2} [A-Z][a-z]{2} [ 0-9][0-9] [0-9:]{8} [0-9]{4}$/\1 <TIME>/' \
-           -e "s/^$(printf '%s' "$version_line" | sed 's/[][\.*^$/]/\\&/g')\$/<VERSION>/" "$1"
-}
+source "$here/mask.sh"
 # @HEADER@ lines of an expected file become the start-up block.
 expand() {
     awk -v header="$here/header.txt" '
@@ -47,18 +44,21 @@ if [ "$rc" != "$expected_rc" ]; then
     echo "exit status $rc, expected $expected_rc"
     status=1
 fi
-if ! diff -u <(expand "$case.out") <(mask "$work/console.txt") > "$work/diff.txt"; then
-    echo "console differs from $(basename "$case").out:"
-    cat "$work/diff.txt"
-    status=1
-fi
-if [ -f "$case.log" ]; then
-    if [ ! -f "$work/log.txt" ]; then
-        echo "no log.txt was written"
-        status=1
-    elif ! diff -u <(expand "$case.log") <(mask "$work/log.txt") > "$work/diff.txt"; then
-        echo "log.txt differs from $(basename "$case").log:"
+# compare EXPECTED_FILE ACTUAL_FILE: the expected file after header
+# expansion against the masked actual one.
+compare() {
+    if ! diff -u <(expand "$1") <(mask "$version_line" < "$2") > "$work/diff.txt"; then
+        echo "$(basename "$2") differs from $(basename "$1"):"
         cat "$work/diff.txt"
+        status=1
+    fi
+}
+compare "$case.out" "$work/console.txt"
+if [ -f "$case.log" ]; then
+    if [ -f "$work/log.txt" ]; then
+        compare "$case.log" "$work/log.txt"
+    else
+        echo "no log.txt was written"
         status=1
     fi
 fi

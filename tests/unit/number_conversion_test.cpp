@@ -19,7 +19,7 @@ TEST(NumberConversion, BasesFromThePrefix) {
 }
 
 TEST(NumberConversion, WordsAndTheBPrefix) {
-    EXPECT_EQ(parse_number("true"), 1);
+    EXPECT_EQ(parse_number("true"), 1);  // the words, in any case, with nothing looked at behind them
     EXPECT_EQ(parse_number("TRUE"), 1);
     EXPECT_EQ(parse_number("Truex"), 1);
     EXPECT_EQ(parse_number("-true"), 1);  // no sign on the words
