@@ -1,0 +1,82 @@
+// The receive queue: one ring of self-contained records per connection.
+// Receive threads push copies of what arrives; the interpreter thread takes
+// records in arrival order and reads them in place until its next take.
+#pragma once
+
+#include <condition_variable>
+#include <cstdint>
+#include <mutex>
+#include <span>
+#include <vector>
+
+#include "transport/attached_primitive.h"
+
+namespace kestrel {
+
+class PrimitiveRing {
+public:
+    // A record larger than this is refused (it could not be stored
+    // contiguously behind the end of the ring).
+    static constexpr uint32_t kMaxRecord = 16384;
+    static constexpr uint32_t kRecordHeader = 8;  // total_size, channel
+
+    // capacity: a power of two. timeout_seconds: the wait time-out.
+    PrimitiveRing(uint32_t capacity, uint32_t timeout_seconds);
+    PrimitiveRing(const PrimitiveRing&) = delete;
+    PrimitiveRing& operator=(const PrimitiveRing&) = delete;
+
+    // Stores a copy of a stack primitive and the blocks that travel with it.
+    // Waits up to a second for room; a record that still does not fit, or
+    // that no ring could hold, is dropped with a console message. Returns
+    // whether it was stored.
+    bool push(uint32_t channel, const AttachedPrimitive& primitive);
+    // Stores a message without blocks (PTCMD words, VM bytes, ACL data).
+    bool push(uint32_t channel, std::span<const uint8_t> message);
+
+    // Releases the record handed out last, then waits for the next one: up
+    // to the time-out when use_timeout is set, else until one arrives or the
+    // ring is abandoned. The time-out bounds the silence, so it starts again
+    // whenever a wake-up finds the ring empty. Null on time-out or abandon.
+    const uint8_t* take(bool use_timeout, uint32_t* channel_out, uint32_t* size_out = nullptr);
+    // The oldest record without taking it; null when empty.
+    const uint8_t* peek(uint32_t* channel_out, uint32_t* size_out = nullptr);
+    // Empties the ring; records handed out before are invalid.
+    void reset();
+    // Wakes a waiting take, which returns null, and makes later takes return
+    // null at once until reset: the link is going away.
+    void abandon();
+
+    void set_timeout(uint32_t seconds);
+    uint32_t timeout_seconds() const;
+
+    void add_share();
+    // True when the last holder let go.
+    bool release_share();
+
+    uint32_t records_waiting() const;
+    uint32_t dropped() const;
+
+private:
+    uint32_t used_bytes() const;  // callers hold mutex_
+    bool reserve(uint32_t total, uint32_t channel, uint16_t type, std::unique_lock<std::mutex>& lock);
+    void release_pending();  // callers hold mutex_
+    uint32_t record_size(uint32_t offset) const;
+
+    std::vector<uint8_t> buffer_;
+    const uint32_t capacity_;
+    uint32_t read_offset_ = 0;
+    uint32_t write_offset_ = 0;
+    uint32_t read_count_ = 0;
+    uint32_t write_count_ = 0;
+    uint32_t timeout_ms_;
+    bool pending_ = false;
+    bool abandoned_ = false;
+    bool signalled_ = false;  // the auto-reset event
+    uint32_t share_count_ = 1;
+    uint32_t dropped_ = 0;
+    mutable std::mutex mutex_;
+    std::condition_variable arrived_;  // a record was committed, or abandon
+    std::condition_variable released_; // the consumer made room
+};
+
+}  // namespace kestrel
