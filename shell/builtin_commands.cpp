@@ -2,8 +2,11 @@
 
 #include <iterator>
 
+#include "encode/pt_send.h"
 #include "shell/manual.h"
 #include "shell/pt_option.h"
+#include "transport/connection_commands.h"
+#include "transport/wait_commands.h"
 
 namespace kestrel {
 namespace {
@@ -11,7 +14,27 @@ namespace {
 // In the order of registration; each later layer adds its commands at their
 // places here.
 const BuiltinCommand kBuiltinCommands[] = {
+    {"PT_connect", pt_connect_command, "device [protocol] [baudrate]", "None",
+     "Internal command. Connects Kestrel to a Petrel device.", "None"},
+    {"PT_disconnect", pt_disconnect_command, "None", "None",
+     "Internal command. Disconnects Kestrel from a connected Petrel device.", "None"},
+    {"PT_wait", pt_wait_command, "prim_channel [prim_types...]", "prim_channel prim_type [prim_args...]",
+     "Internal command. Waits for a specified primitive and generates an\n"
+     "error if any other primtive arrives before it. Multiple channels and\n"
+     "primitives can be waited for",
+     "None"},
+    {"PT_wait_until", pt_wait_until_command, "prim_channel [prim_types...]", "prim_channel prim_type [prim_args...]",
+     "Internal command. Waits for a specified primitive and discards all\n"
+     "other primitives received before it. Multiple channels and primitives\n"
+     "can be waited for.",
+     "None"},
     {"PT_option", pt_option_command, "[rfc_buffer_size/agpmode]", "None", kPtOptionHelp, nullptr},
+    {"PT_send", pt_send_command, "channel [type] [prim_args...]", "None",
+     "Internal command. Sends data to the specified channel.", "None"},
+    {"PT_flush", pt_flush_command, "None", "None",
+     "Internal command. Flushes Kestrel of all incoming primitives received.", "None"},
+    {"PT_send_raw", pt_send_raw_command, "data (e.g. 1 2 3 4 5 6)", "None",
+     "Internal command. Sends a packet over the raw transport.", "None"},
 };
 
 }  // namespace

@@ -2,6 +2,7 @@
 
 #include <unistd.h>
 
+#include "encode/vocabulary.h"
 #include "shell/builtin_commands.h"
 #include "shell/console_channel.h"
 #include "shell/default_variables.h"
@@ -9,6 +10,7 @@
 #include "shell/run_flags.h"
 #include "shell/script_index.h"
 #include "shell/session_context.h"
+#include "transfer/rfcomm_flow_control.h"
 
 namespace kestrel {
 namespace {
@@ -45,6 +47,7 @@ bool start_interpreter(SessionContext& session, const char* program_path) {
 
     register_builtin_commands(interp, session);
     set_default_variables(interp);
+    set_vocabulary_variables(interp);
 
     evaluate_and_report(interp, "lappend auto_path ./kestrellibs");
     session.payload_generator.set_interpreter(interp);
@@ -85,6 +88,10 @@ bool read_eval_step(SessionContext& session, std::string_view line, const std::s
         session.new_command = true;
         show_prompt(prompt);
     }
+    // More credits back than primitives sent: the chip and Kestrel disagree
+    // on the data in flight, and nothing after this can be trusted.
+    if (session.device_link && session.device_link->flow_control() && session.device_link->flow_control()->fatal())
+        return false;
     return answer;
 }
 

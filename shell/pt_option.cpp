@@ -2,7 +2,9 @@
 
 #include <strings.h>
 
+#include "encode/number_conversion.h"
 #include "shell/debug_switches.h"
+#include "transfer/rfcomm_flow_control.h"
 #include "shell/session_context.h"
 #include "transport/connection_state.h"
 
@@ -61,8 +63,8 @@ int primdebug(SessionContext& session, Tcl_Interp* interp, bool on, int argc, co
     }
     const bool all = argc <= 3;
     const char* category = all ? "" : argv[3];
-    // The device link keeps its own copy of the switches once it exists.
-    LinkDebugSwitches* link = nullptr;
+    // The device link keeps its own copy of the switches.
+    LinkDebugSwitches* link = session.device_link ? &session.device_link->switches() : nullptr;
     if (in) switch_category(session.debug_switches, link, category, TraceDirection::in, on, all);
     if (out) switch_category(session.debug_switches, link, category, TraceDirection::out, on, all);
     return TCL_OK;
@@ -101,6 +103,42 @@ int agpmode(SessionContext& session, Tcl_Interp* interp, char sign, int argc, co
     return TCL_OK;
 }
 
+// rfc_buffer_size [N] / rfc_maxprimcount [N]
+int flow_control_setting(SessionContext& session, Tcl_Interp* interp, bool buffer_size, int argc,
+                         const char* argv[]) {
+    RfcommFlowControl* flow = session.device_link ? session.device_link->flow_control() : nullptr;
+    if (argc == 2) {
+        if (flow) session.append_message("0x%lx", static_cast<unsigned long>(buffer_size ? flow->buffer_size()
+                                                                                    : flow->max_primitive_count()));
+        return TCL_OK;
+    }
+    int32_t value = 0;
+    if (!parse_whole_number(argv[2], &value)) return fail(interp, "Error, parameter conversion failure(s)\n");
+    if (flow) {
+        if (buffer_size)
+            flow->set_buffer_size(static_cast<uint32_t>(value));
+        else
+            flow->set_max_primitive_count(static_cast<uint32_t>(value));
+    }
+    return TCL_OK;
+}
+
+// [+/-]timeout [N]: whether waits time out, and after how many seconds.
+int timeout(SessionContext& session, Tcl_Interp* interp, char sign, int argc, const char* argv[]) {
+    if (!check_chip_connected(interp)) return TCL_ERROR;
+    if (sign == '+') session.wait_timeout_switch = 1;
+    if (sign == '-') session.wait_timeout_switch = 0;
+    PrimitiveRing* ring = session.receive_queue();
+    if (argc > 2) {
+        int32_t seconds = 0;
+        if (!parse_whole_number(argv[2], &seconds)) return fail(interp, "Error, parameter conversion failure(s)\n");
+        if (ring) ring->set_timeout(static_cast<uint32_t>(seconds));
+        return TCL_OK;
+    }
+    if (sign == 0) session.append_message("%d", ring ? static_cast<int>(ring->timeout_seconds()) : 0);
+    return TCL_OK;
+}
+
 }  // namespace
 
 int pt_option_command(ClientData client_data, Tcl_Interp* interp, int argc, const char* argv[]) {
@@ -111,9 +149,8 @@ int pt_option_command(ClientData client_data, Tcl_Interp* interp, int argc, cons
     const char* name = sign ? word + 1 : word;
 
     if (sign == 0 && (is(name, "rfc_buffer_size") || is(name, "rfc_maxprimcount"))) {
-        // Settings of the device link's flow-control queue.
         if (!check_chip_connected(interp)) return TCL_ERROR;
-        return fail(interp, kBadParameters);
+        return flow_control_setting(session, interp, is(name, "rfc_buffer_size"), argc, argv);
     }
     if (sign && is(name, "show_stack_on_error")) {
         session.show_stack_on_error = sign == '+' ? 1 : 0;
@@ -121,14 +158,17 @@ int pt_option_command(ClientData client_data, Tcl_Interp* interp, int argc, cons
     }
     if (sign && is(name, "rfc_flow_control")) {
         if (!check_chip_connected(interp)) return TCL_ERROR;
-        return fail(interp, kBadParameters);
+        RfcommFlowControl* flow = session.device_link ? session.device_link->flow_control() : nullptr;
+        if (!flow) return TCL_OK;  // the raw transport has none
+        if (sign == '+')
+            flow->enable();
+        else
+            flow->disable_and_drain();
+        return TCL_OK;
     }
     if (sign && is(name, "primdebug")) return primdebug(session, interp, sign == '+', argc, argv);
     if (is(name, "agpmode")) return agpmode(session, interp, sign, argc, argv);
-    if (is(name, "timeout")) {
-        if (!check_chip_connected(interp)) return TCL_ERROR;
-        return fail(interp, kBadParameters);
-    }
+    if (is(name, "timeout")) return timeout(session, interp, sign, argc, argv);
     return fail(interp, kBadParameters);
 }
 

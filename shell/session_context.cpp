@@ -3,6 +3,8 @@
 #include <cstdarg>
 #include <cstdio>
 
+#include "transport/connection_state.h"
+
 namespace kestrel {
 
 SessionContext* g_current_session = nullptr;
@@ -10,6 +12,10 @@ SessionContext* g_current_session = nullptr;
 SessionContext::SessionContext() { Tcl_DStringInit(&partial); }
 
 SessionContext::~SessionContext() {
+    if (connected(kChipConnected)) {
+        clear_connected(kChipConnected);
+        device_link.reset();
+    }
     if (interp) Tcl_DeleteInterp(interp);
     interp = nullptr;
     Tcl_DStringFree(&partial);
@@ -27,6 +33,16 @@ void SessionContext::append_message(const char* format, ...) {
     va_end(args);
     Tcl_AppendResult(interp, message.c_str(), nullptr);
 }
+
+void SessionContext::accumulate_statistics() {
+    if (!connected(kChipConnected) || !device_link) return;
+    // The link keeps HQ before DEBUG, the totals DEBUG before HQ: add by name.
+    for (int i = 0; i < kLinkHqReceived; ++i) totals[i] += device_link->counter(static_cast<LinkCounter>(i));
+    totals[kDebugReceived] += device_link->counter(kLinkDebugReceived);
+    totals[kHqReceived] += device_link->counter(kLinkHqReceived);
+}
+
+PrimitiveRing* SessionContext::receive_queue() { return device_link ? device_link->ring() : nullptr; }
 
 void SessionContext::discard_partial_command() {
     Tcl_DStringFree(&partial);

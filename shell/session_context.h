@@ -5,11 +5,13 @@
 #include <tcl.h>
 
 #include <cstdint>
+#include <memory>
 #include <string>
 
 #include "shell/debug_switches.h"
 #include "shell/session_statistics.h"
 #include "transfer/payload_generator.h"
+#include "transport/device_link.h"
 
 namespace kestrel {
 
@@ -27,11 +29,18 @@ public:
     // Drops a partially typed command.
     void discard_partial_command();
 
+    // Adds the connected link's counts into the session totals.
+    void accumulate_statistics();
+
+    // The device link's queue, or null (no chip, or the raw mode).
+    PrimitiveRing* receive_queue();
+
     DebugSwitches debug_switches{};
     uint8_t show_stack_on_error = 1;
     std::string message;
     uint32_t wait_timeout_switch = 0;  // PT_option +timeout / -timeout
     Tcl_Interp* interp = nullptr;
+    std::unique_ptr<DeviceLink> device_link;  // null while no chip is connected
     PayloadGenerator payload_generator;
     bool payload_mode = false;  // PT_option +agpmode / -agpmode
     SessionTotals totals{};

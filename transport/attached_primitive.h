@@ -14,6 +14,9 @@ namespace kestrel {
 struct AttachedPrimitive {
     std::vector<uint8_t> bytes;
     std::vector<std::vector<uint8_t>> blocks;
+    // Where the pointer fields stand, in layout order: each travels as a
+    // block on the wire, whether it names one or not.
+    std::vector<uint16_t> pointer_offsets;
 
     uint16_t type() const { return bytes.size() >= 2 ? get_le16(bytes.data()) : 0; }
 

@@ -7,9 +7,13 @@
 #include "transport/trailing_data.h"
 
 namespace kestrel {
+
+std::atomic<bool> g_wait_interrupted{false};
+
 namespace {
 
 constexpr auto kRoomWait = std::chrono::seconds(1);
+constexpr auto kInterruptSlice = std::chrono::milliseconds(100);
 
 }  // namespace
 
@@ -83,11 +87,15 @@ const uint8_t* PrimitiveRing::take(bool use_timeout, uint32_t* channel_out, uint
     release_pending();
     while (write_count_ == read_count_) {
         if (abandoned_) return nullptr;
-        auto signalled = [&] { return signalled_ || abandoned_; };
-        if (use_timeout) {
-            if (!arrived_.wait_for(lock, std::chrono::milliseconds(timeout_ms_), signalled)) return nullptr;
-        } else {
-            arrived_.wait(lock, signalled);
+        // Waits in short slices, so that an interrupt from the keyboard
+        // (g_wait_interrupted) ends a wait that would otherwise never end.
+        const auto deadline = std::chrono::steady_clock::now() + std::chrono::milliseconds(timeout_ms_);
+        while (!signalled_ && !abandoned_) {
+            if (g_wait_interrupted.load()) return nullptr;
+            auto slice = std::chrono::steady_clock::now() + kInterruptSlice;
+            if (use_timeout && slice > deadline) slice = deadline;
+            arrived_.wait_until(lock, slice);
+            if (use_timeout && std::chrono::steady_clock::now() >= deadline && !signalled_) return nullptr;
         }
         signalled_ = false;  // auto-reset: a successful wait consumes the signal
         if (abandoned_ && write_count_ == read_count_) return nullptr;
@@ -138,14 +146,9 @@ uint32_t PrimitiveRing::timeout_seconds() const {
     return timeout_ms_ / 1000u;
 }
 
-void PrimitiveRing::add_share() {
+bool PrimitiveRing::abandoned() const {
     std::lock_guard lock(mutex_);
-    ++share_count_;
-}
-
-bool PrimitiveRing::release_share() {
-    std::lock_guard lock(mutex_);
-    return --share_count_ == 0;
+    return abandoned_;
 }
 
 uint32_t PrimitiveRing::records_waiting() const {

@@ -3,6 +3,7 @@
 // records in arrival order and reads them in place until its next take.
 #pragma once
 
+#include <atomic>
 #include <condition_variable>
 #include <cstdint>
 #include <mutex>
@@ -12,6 +13,10 @@
 #include "transport/attached_primitive.h"
 
 namespace kestrel {
+
+// Set by the keyboard interrupt while a script waits; a waiting take returns
+// nothing. The waiting command clears it.
+extern std::atomic<bool> g_wait_interrupted;
 
 class PrimitiveRing {
 public:
@@ -49,10 +54,7 @@ public:
     void set_timeout(uint32_t seconds);
     uint32_t timeout_seconds() const;
 
-    void add_share();
-    // True when the last holder let go.
-    bool release_share();
-
+    bool abandoned() const;
     uint32_t records_waiting() const;
     uint32_t dropped() const;
 
@@ -72,7 +74,6 @@ private:
     bool pending_ = false;
     bool abandoned_ = false;
     bool signalled_ = false;  // the auto-reset event
-    uint32_t share_count_ = 1;
     uint32_t dropped_ = 0;
     mutable std::mutex mutex_;
     std::condition_variable arrived_;  // a record was committed, or abandon

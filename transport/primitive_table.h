@@ -6,6 +6,7 @@
 #include <cstdint>
 #include <span>
 #include <string_view>
+#include <vector>
 
 namespace kestrel {
 
@@ -15,6 +16,7 @@ struct FieldDef {
     std::string_view name;  // as scripts name it: "bd_addr.lap"
     uint16_t offset;
     FieldWidth width;
+    uint8_t count = 1;  // elements of an inline array (ptr[8], u8[16], ...)
 };
 
 struct PrimitiveDef {
@@ -24,6 +26,10 @@ struct PrimitiveDef {
     uint16_t size;
     std::span<const FieldDef> fields;
 };
+
+// The offsets of a primitive's pointer fields, in layout order; an array of
+// n pointers counts as n fields. These fields travel as blocks on the wire.
+std::vector<uint16_t> pointer_offsets(const PrimitiveDef& primitive);
 
 // Which side of the link a table describes.
 enum class PrimitiveRole : uint8_t {

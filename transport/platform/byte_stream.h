@@ -56,6 +56,10 @@ using ByteStreamFactory = std::function<std::unique_ptr<ByteStream>(
 // Registering a prefix again replaces its factory.
 void register_byte_stream_factory(std::string prefix, ByteStreamFactory factory);
 
+// The serial port that comN, COMN or \\.\COMN stands for ("/dev/ttyS<N-1>"),
+// or "" when the name is none of these.
+std::string com_port_path(std::string_view device_name);
+
 // Null with `error` set ("unknown device name 'foo'") when no factory accepts the name.
 std::unique_ptr<ByteStream> make_byte_stream(std::string_view device_name,
                                              const LineSettings& settings, std::string& error);

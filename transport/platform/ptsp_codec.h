@@ -94,8 +94,9 @@ class Link {
 public:
     enum class State { down, shy, curious, garrulous };
 
-    // write gets whole frames and must not call back into the Link; the other
-    // callbacks may call send().
+    // Called synchronously from the call that causes them. write gets whole
+    // frames and must not call back into the Link; the others may call send().
+    // Only write is required.
     struct Callbacks {
         std::function<void(std::span<const uint8_t> frame)> write;
         std::function<void(uint8_t channel, std::span<const uint8_t> payload)> deliver;
@@ -142,7 +143,7 @@ private:
     void fill_window();
     void restart_sequences();
     void enter_establishing(State state);
-    void write_control(uint8_t channel, std::span<const uint8_t> payload);
+    void write_control(std::span<const uint8_t> payload);
     void write_packet(Packet& packet);
 
     Callbacks callbacks_;

@@ -1,0 +1,82 @@
+// A message link: channels of messages over one byte stream, framed by PTSP
+// or carried in the H4 vendor tunnel, for either end (the host or the chip).
+// One reader thread per link decodes what arrives, runs the timers and
+// hands whole messages to the receive handler.
+#pragma once
+
+#include <atomic>
+#include <condition_variable>
+#include <cstdint>
+#include <functional>
+#include <memory>
+#include <mutex>
+#include <span>
+#include <string>
+#include <thread>
+#include <vector>
+
+#include "transport/platform/byte_stream.h"
+
+namespace kestrel {
+
+enum class LinkProtocol { ptsp, h4 };
+enum class LinkRole { host, chip };
+
+class MessageLink {
+public:
+    struct Handlers {
+        // On the reader thread; may call send().
+        std::function<void(uint8_t channel, std::vector<uint8_t> message)> receive;
+        // PTSP: the peer restarted; the link is established again.
+        std::function<void()> peer_reset;
+        // H4: a byte that starts no packet; the stream resynchronises.
+        std::function<void(uint8_t byte)> damaged;
+    };
+
+    MessageLink(std::unique_ptr<ByteStream> stream, LinkProtocol protocol, LinkRole role, Handlers handlers);
+    ~MessageLink();
+    MessageLink(const MessageLink&) = delete;
+    MessageLink& operator=(const MessageLink&) = delete;
+
+    // Opens the stream, retrying until the time-out, starts the reader, and
+    // waits until messages can flow (PTSP: the link is established; H4: the
+    // stream is open). False when that did not happen in time; error says
+    // why when the stream never opened.
+    bool start(unsigned timeout_ms, std::string& error);
+
+    // Queues a message; never waits for the peer. A message too long for
+    // the framing is refused (false).
+    bool send(uint8_t channel, std::span<const uint8_t> message);
+
+    // Stops the reader and closes the stream. Idempotent.
+    void stop();
+
+    bool established() const { return established_.load(); }
+    uint64_t retransmissions() const;
+    uint64_t frames_dropped() const;
+
+    static constexpr size_t kPtspMaxMessage = 4095;
+
+private:
+    struct Engine;
+
+    void reader();
+    void write_frames(std::vector<std::vector<uint8_t>>& frames);
+    void write_frames_locked(std::vector<std::vector<uint8_t>>& frames);  // write_mutex_ held
+    void deliver(std::vector<std::pair<uint8_t, std::vector<uint8_t>>>& messages);
+
+    std::unique_ptr<ByteStream> stream_;
+    const LinkProtocol protocol_;
+    const LinkRole role_;
+    Handlers handlers_;
+    std::unique_ptr<Engine> engine_;  // codec state, guarded by mutex_
+
+    mutable std::mutex mutex_;
+    std::mutex write_mutex_;  // frames go out whole, in order
+    std::condition_variable established_changed_;
+    std::atomic<bool> established_{false};
+    std::atomic<bool> running_{false};
+    std::thread reader_;
+};
+
+}  // namespace kestrel

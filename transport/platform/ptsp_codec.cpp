@@ -1,0 +1,308 @@
+#include "transport/platform/ptsp_codec.h"
+
+#include <algorithm>
+#include <optional>
+#include <stdexcept>
+
+namespace kestrel::ptsp {
+namespace {
+
+constexpr uint8_t kEnd = 0xC0;
+constexpr uint8_t kEsc = 0xDB;
+constexpr uint8_t kEscEnd = 0xDC;
+constexpr uint8_t kEscEsc = 0xDD;
+
+constexpr uint8_t kSeqMask = 0x07;
+constexpr unsigned kAckShift = 3;
+constexpr uint8_t kCrcFlag = 0x40;
+constexpr uint8_t kReliableFlag = 0x80;
+constexpr size_t kHeaderLength = 4;
+constexpr size_t kCrcLength = 2;
+constexpr size_t kMaxFrame = kHeaderLength + kMaxPayload + kCrcLength;
+
+uint8_t next_seq(uint8_t seq) { return (seq + 1) & kSeqMask; }
+
+// The clock wraps; a signed difference orders times less than 2^31 ms apart.
+bool reached(uint32_t now, uint32_t deadline) { return static_cast<int32_t>(now - deadline) >= 0; }
+
+uint16_t get_be16(std::span<const uint8_t> bytes, size_t at) {
+    return static_cast<uint16_t>(bytes[at] << 8 | bytes[at + 1]);
+}
+
+void put_escaped(std::vector<uint8_t>& out, uint8_t byte) {
+    if (byte == kEnd) {
+        out.insert(out.end(), {kEsc, kEscEnd});
+    } else if (byte == kEsc) {
+        out.insert(out.end(), {kEsc, kEscEsc});
+    } else {
+        out.push_back(byte);
+    }
+}
+
+// A frame candidate, unescaped, without its delimiters.
+std::optional<Packet> parse_frame(std::span<const uint8_t> bytes) {
+    if (bytes.size() < kHeaderLength) return std::nullopt;
+    if (static_cast<uint8_t>(bytes[0] + bytes[1] + bytes[2] + bytes[3]) != 0xFF) return std::nullopt;
+    const size_t length = bytes[1] >> 4 | size_t{bytes[2]} << 4;
+    const bool has_crc = (bytes[0] & kCrcFlag) != 0;
+    const size_t body = kHeaderLength + length;
+    if (bytes.size() != body + (has_crc ? kCrcLength : 0)) return std::nullopt;
+    if (has_crc && get_be16(bytes, body) != crc_on_wire(bytes.first(body))) return std::nullopt;
+    return Packet{
+        .seq = static_cast<uint8_t>(bytes[0] & kSeqMask),
+        .ack = static_cast<uint8_t>(bytes[0] >> kAckShift & kSeqMask),
+        .reliable = (bytes[0] & kReliableFlag) != 0,
+        .has_crc = has_crc,
+        .channel = static_cast<uint8_t>(bytes[1] & 0x0F),
+        .payload = {bytes.begin() + kHeaderLength, bytes.begin() + body},
+    };
+}
+
+bool is(const Packet& packet, const LinkMessage& message) {
+    return std::ranges::equal(packet.payload, message);
+}
+
+}  // namespace
+
+uint16_t crc_register(std::span<const uint8_t> bytes) {
+    uint16_t crc = 0xFFFF;
+    for (uint8_t byte : bytes) {
+        crc ^= byte;
+        for (int bit = 0; bit < 8; ++bit) crc = (crc & 1) ? (crc >> 1) ^ 0x8408 : crc >> 1;
+    }
+    return crc;
+}
+
+uint16_t crc_on_wire(std::span<const uint8_t> bytes) {
+    uint16_t reg = crc_register(bytes);
+    uint16_t reversed = 0;
+    for (int bit = 0; bit < 16; ++bit, reg >>= 1) reversed = static_cast<uint16_t>(reversed << 1 | (reg & 1));
+    return reversed;
+}
+
+std::vector<uint8_t> encode_frame(const Packet& packet) {
+    const size_t length = packet.payload.size();
+    if (length > kMaxPayload) throw std::length_error("PTSP payload longer than 4095 bytes");
+    std::vector<uint8_t> body;
+    body.reserve(kHeaderLength + length + kCrcLength);
+    body.push_back(static_cast<uint8_t>((packet.seq & kSeqMask) | (packet.ack & kSeqMask) << kAckShift |
+                                        (packet.has_crc ? kCrcFlag : 0) | (packet.reliable ? kReliableFlag : 0)));
+    body.push_back(static_cast<uint8_t>((packet.channel & 0x0F) | (length & 0x0F) << 4));
+    body.push_back(static_cast<uint8_t>(length >> 4));
+    body.push_back(static_cast<uint8_t>(~(body[0] + body[1] + body[2])));
+    body.insert(body.end(), packet.payload.begin(), packet.payload.end());
+    if (packet.has_crc) {
+        const uint16_t crc = crc_on_wire(body);
+        body.push_back(static_cast<uint8_t>(crc >> 8));
+        body.push_back(static_cast<uint8_t>(crc));
+    }
+    std::vector<uint8_t> frame;
+    frame.reserve(body.size() + body.size() / 8 + 4);
+    frame.push_back(kEnd);
+    for (uint8_t byte : body) put_escaped(frame, byte);
+    frame.push_back(kEnd);
+    return frame;
+}
+
+void FrameDecoder::feed(std::span<const uint8_t> bytes, const PacketHandler& on_packet) {
+    for (uint8_t byte : bytes) {
+        if (byte == kEnd) {
+            if (!hunting_) end_frame(on_packet);
+            hunting_ = false;
+        } else if (hunting_ || bad_) {
+            continue;
+        } else if (escaped_) {
+            escaped_ = false;
+            if (byte == kEscEnd) {
+                keep(kEnd);
+            } else if (byte == kEscEsc) {
+                keep(kEsc);
+            } else {
+                bad_ = true;
+            }
+        } else if (byte == kEsc) {
+            escaped_ = true;
+        } else {
+            keep(byte);
+        }
+    }
+}
+
+void FrameDecoder::reset() {
+    frame_.clear();
+    hunting_ = true;
+    escaped_ = false;
+    bad_ = false;
+}
+
+void FrameDecoder::keep(uint8_t byte) {
+    if (frame_.size() == kMaxFrame) {
+        bad_ = true;
+    } else {
+        frame_.push_back(byte);
+    }
+}
+
+void FrameDecoder::end_frame(const PacketHandler& on_packet) {
+    const bool bad = bad_ || escaped_;  // a frame may not end inside an escape
+    const bool empty = frame_.empty();
+    const std::optional<Packet> packet = bad || empty ? std::nullopt : parse_frame(frame_);
+    frame_.clear();
+    escaped_ = false;
+    bad_ = false;
+    if (packet) {
+        on_packet(*packet);
+    } else if (bad || !empty) {
+        ++dropped_;
+    }
+}
+
+Link::Link(Callbacks callbacks) : callbacks_(std::move(callbacks)) {}
+
+void Link::start(uint32_t now_ms) {
+    now_ = now_ms;
+    decoder_.reset();
+    restart_sequences();
+    enter_establishing(State::shy);
+}
+
+void Link::receive(std::span<const uint8_t> bytes, uint32_t now_ms) {
+    now_ = now_ms;
+    if (state_ == State::down) return;
+    decoder_.feed(bytes, [this](const Packet& packet) { handle(packet); });
+    if (ack_owed_) {
+        Packet ack_only{.channel = kAckChannel, .payload = {}};
+        write_packet(ack_only);
+    }
+}
+
+void Link::send(uint8_t channel, std::vector<uint8_t> payload, uint32_t now_ms) {
+    if (channel <= kLinkChannel || channel > kMaxChannel) throw std::invalid_argument("PTSP channel not for data");
+    if (payload.size() > kMaxPayload) throw std::length_error("PTSP payload longer than 4095 bytes");
+    now_ = now_ms;
+    waiting_.push_back({.packet = {.reliable = true, .channel = channel, .payload = std::move(payload)}});
+    fill_window();
+}
+
+void Link::tick(uint32_t now_ms) {
+    now_ = now_ms;
+    if (state_ == State::shy || state_ == State::curious) {
+        if (reached(now_, next_control_ms_)) enter_establishing(state_);
+    } else if (state_ == State::garrulous) {
+        for (size_t i = 0; i < unacked_.size(); ++i) {
+            Outgoing& out = unacked_[i];
+            if (!reached(now_, out.sent_ms + kRetryMs)) continue;
+            out.sent_ms = now_;
+            ++retransmissions_;
+            write_packet(out.packet);
+        }
+    }
+}
+
+uint32_t Link::next_deadline_ms() const {
+    if (state_ == State::shy || state_ == State::curious) return next_control_ms_;
+    if (state_ != State::garrulous || unacked_.empty()) return now_ + kIdleMs;
+    uint32_t earliest = unacked_.front().sent_ms + kRetryMs;
+    for (const Outgoing& out : unacked_) {
+        const uint32_t due = out.sent_ms + kRetryMs;
+        if (static_cast<int32_t>(due - earliest) < 0) earliest = due;
+    }
+    return earliest;
+}
+
+void Link::handle(const Packet& packet) {
+    if (packet.channel == kLinkChannel) {
+        handle_link_message(packet);
+        return;
+    }
+    if (state_ != State::garrulous) return;
+    bool fresh = !packet.reliable;
+    if (packet.reliable) {
+        ack_owed_ = true;
+        if (packet.seq == expected_seq_) {
+            expected_seq_ = next_seq(expected_seq_);
+            fresh = true;
+        } else {
+            ++duplicates_dropped_;
+        }
+    }
+    // After the sequence update, so that data the ack releases carries it.
+    take_ack(packet.ack);
+    if (fresh && packet.channel > kLinkChannel && callbacks_.deliver) callbacks_.deliver(packet.channel, packet.payload);
+}
+
+void Link::handle_link_message(const Packet& packet) {
+    if (is(packet, kSync)) {
+        const bool peer_reset = state_ == State::garrulous;
+        if (peer_reset) {
+            ++peer_resets_;
+            if (callbacks_.on_peer_reset) callbacks_.on_peer_reset();
+            restart_sequences();
+        }
+        write_control(kSyncResp);
+        if (peer_reset) enter_establishing(State::shy);
+    } else if (is(packet, kSyncResp)) {
+        if (state_ == State::shy) enter_establishing(State::curious);
+    } else if (is(packet, kConf)) {
+        if (state_ == State::curious || state_ == State::garrulous) write_control(kConfResp);
+    } else if (is(packet, kConfResp)) {
+        if (state_ == State::curious) {
+            state_ = State::garrulous;
+            fill_window();
+            if (callbacks_.on_link_up) callbacks_.on_link_up();
+        }
+    }
+}
+
+void Link::take_ack(uint8_t ack) {
+    if (unacked_.empty()) return;
+    // An ack outside the window (stale or corrupt past the CRC) releases nothing.
+    const size_t released = (ack - unacked_.front().packet.seq) & kSeqMask;
+    if (released == 0 || released > unacked_.size()) return;
+    unacked_.erase(unacked_.begin(), unacked_.begin() + static_cast<std::ptrdiff_t>(released));
+    fill_window();
+}
+
+void Link::fill_window() {
+    while (state_ == State::garrulous && unacked_.size() < kWindow && !waiting_.empty()) {
+        unacked_.push_back(std::move(waiting_.front()));
+        waiting_.pop_front();
+        Outgoing& out = unacked_.back();
+        out.packet.seq = next_seq_;
+        out.sent_ms = now_;
+        next_seq_ = next_seq(next_seq_);
+        write_packet(out.packet);
+    }
+}
+
+void Link::restart_sequences() {
+    next_seq_ = 0;
+    expected_seq_ = 0;
+    ack_owed_ = false;
+    while (!unacked_.empty()) {
+        waiting_.push_front(std::move(unacked_.back()));
+        unacked_.pop_back();
+    }
+}
+
+// Enters (or stays in) shy or curious and sends its message now.
+void Link::enter_establishing(State state) {
+    state_ = state;
+    write_control(state == State::shy ? kSync : kConf);
+    next_control_ms_ = now_ + kRetryMs;
+}
+
+void Link::write_control(std::span<const uint8_t> payload) {
+    Packet packet{.channel = kLinkChannel, .payload = {payload.begin(), payload.end()}};
+    write_packet(packet);
+}
+
+void Link::write_packet(Packet& packet) {
+    packet.ack = expected_seq_;
+    packet.has_crc = true;
+    ack_owed_ = false;
+    const std::vector<uint8_t> frame = encode_frame(packet);
+    callbacks_.write(frame);
+}
+
+}  // namespace kestrel::ptsp

@@ -1,0 +1,13 @@
+// PT_wait and PT_wait_until: a script waits for named primitives; PT_flush
+// empties the receive queue.
+#pragma once
+
+#include <tcl.h>
+
+namespace kestrel {
+
+int pt_wait_command(ClientData client_data, Tcl_Interp* interp, int argc, const char* argv[]);
+int pt_wait_until_command(ClientData client_data, Tcl_Interp* interp, int argc, const char* argv[]);
+int pt_flush_command(ClientData client_data, Tcl_Interp* interp, int argc, const char* argv[]);
+
+}  // namespace kestrel
