@@ -1,4 +1,4 @@
-puts [array names manual]
+puts [lsort [array names manual]]
 set entry $manual(PT_option)
 puts [llength $entry]
 puts [lindex $entry 0]
@@ -8,7 +8,8 @@ puts [lindex $entry 4]
 puts <[lindex $entry 5]>
 puts [lindex [split [lindex $entry 2] \n] 0]
 puts [llength [split [lindex $entry 2] \n]]
+foreach name {PT_connect PT_disconnect PT_wait PT_wait_until PT_send PT_flush PT_send_raw} { puts [list $manual($name)] }
 help PT_option
-help
+help PT_wait
 help opt
 help nothing_like_this
