@@ -400,7 +400,8 @@ TEST(TunnelReassembler, RecoversFromLostAndStrayFragments) {
     }
     {
         SCOPED_TRACE("an orphaned message counts once, however many fragments it has");
-        run({{"02 01", nullptr, 0, 1}, {"02 02", nullptr, 0, 1}, {"82 03", nullptr, 0, 1}, {"C2 04", "04", 2, 1}});
+        run({{"02 01", nullptr, 0, 1}, {"02 02", nullptr, 0, 1}, {"82 03", nullptr, 0, 1}, {"C2 04", "04", 2, 1},
+             {"02 05", nullptr, 0, 2}, {"82 06", nullptr, 0, 2}, {"02 07", nullptr, 0, 3}});
     }
     {
         SCOPED_TRACE("a first fragment ends the skipping of an orphan");

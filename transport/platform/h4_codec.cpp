@@ -173,11 +173,11 @@ std::vector<Packet> tunnel_to_host(uint8_t channel, std::span<const uint8_t> mes
 }
 
 bool is_tunnel_command(const Packet& packet) {
-    return packet.type == kCommand && has_header(packet) && command_opcode(packet) == kTunnelOpcode;
+    return command_opcode(packet) == kTunnelOpcode;
 }
 
 bool is_tunnel_event(const Packet& packet) {
-    return packet.type == kEvent && has_header(packet) && event_code(packet) == kTunnelEventCode;
+    return event_code(packet) == kTunnelEventCode;
 }
 
 std::optional<std::span<const uint8_t>> tunnel_block(const Packet& packet) {
