@@ -17,6 +17,7 @@
 #include "shell/run_flags.h"
 #include "shell/session_context.h"
 #include "transport/connection_state.h"
+#include "transport/wait_commands.h"
 
 namespace kestrel {
 namespace {
@@ -86,6 +87,7 @@ int run_kestrel(int argc, char** argv) {
     std::string prompt = "KESTREL";
     std::FILE* input = stdin;
     Tcl_SetExitProc(exit_from_script);
+    install_wait_interrupt();
 
     for (;;) {
         print_banner();

@@ -1,6 +1,10 @@
 #include "transport/wait_commands.h"
 
+#include <signal.h>
+
 #include <algorithm>
+#include <atomic>
+#include <csignal>
 #include <string>
 #include <vector>
 
@@ -101,7 +105,23 @@ FamilyTexts family_texts(uint32_t channel) {
     }
 }
 
-enum class Outcome { decoded, skip, fail };
+std::atomic<bool> g_waiting{false};
+
+// While a script waits, the keyboard interrupt ends the wait instead of the
+// session; at any other time it ends the session as usual.
+void on_interrupt(int signal_number) {
+    if (g_waiting.load()) {
+        g_wait_interrupted.store(true);
+        return;
+    }
+    std::signal(signal_number, SIG_DFL);
+    std::raise(signal_number);
+}
+
+struct WaitingFlag {
+    WaitingFlag() { g_waiting = true; }
+    ~WaitingFlag() { g_waiting = false; }
+};
 
 int wait(ClientData client_data, Tcl_Interp* interp, int argc, const char* argv[], bool until) {
     auto& session = *static_cast<SessionContext*>(client_data);
@@ -115,6 +135,7 @@ int wait(ClientData client_data, Tcl_Interp* interp, int argc, const char* argv[
         return TCL_ERROR;
     }
     g_wait_interrupted = false;
+    WaitingFlag waiting;
     for (;;) {
         uint32_t channel = 0, size = 0;
         const uint8_t* record = ring->take(session.wait_timeout_switch == 1, &channel, &size);
@@ -170,6 +191,13 @@ int wait(ClientData client_data, Tcl_Interp* interp, int argc, const char* argv[
 }
 
 }  // namespace
+
+void install_wait_interrupt() {
+    struct sigaction action {};
+    action.sa_handler = on_interrupt;
+    sigemptyset(&action.sa_mask);
+    sigaction(SIGINT, &action, nullptr);
+}
 
 int pt_wait_command(ClientData client_data, Tcl_Interp* interp, int argc, const char* argv[]) {
     return wait(client_data, interp, argc, argv, false);
