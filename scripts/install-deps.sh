@@ -7,7 +7,8 @@ packages=(
     build-essential cmake pkg-config
     tcl8.6-dev tcl            # the interpreter library, and tclsh for the start-up benchmark
     libgtest-dev              # unit tests
-    expect                    # terminal tests
+    libusb-1.0-0-dev          # chips on USB
+    expect socat              # terminal tests; pseudo-terminal pairs
 )
 
 missing=()

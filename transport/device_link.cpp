@@ -11,7 +11,7 @@
 #include "transport/platform/byte_stream.h"
 #include "transport/platform/message_codec.h"
 #include "transport/platform/message_link.h"
-// #include "transport/platform/usb_stream.h"
+#include "transport/platform/usb_stream.h"
 
 namespace kestrel {
 namespace {
@@ -47,8 +47,11 @@ std::vector<uint8_t> long_bytes(std::span<const uint32_t> words) {
     return bytes;
 }
 
+// Protocol usb: the device name's fifth or seventh character tells libusb
+// from the kernel's HCI user channel.
 std::unique_ptr<ByteStream> usb_stream(const std::string& device, std::string& error) {
-    (void)device; (void)error;
+    if (is_usb_device_name(device)) return make_usb_stream(device, error);
+    if (is_hci_user_channel_name(device)) return make_hci_user_channel_stream(device, error);
     return nullptr;
 }
 

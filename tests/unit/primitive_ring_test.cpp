@@ -85,13 +85,6 @@ TEST(PrimitiveRing, TimeOutAbandonAndReset) {
     EXPECT_EQ(ring.take(true, &channel), nullptr);  // flushed: the take times out
 }
 
-TEST(PrimitiveRing, ShareCounting) {
-    PrimitiveRing ring(1024, 1);
-    ring.add_share();
-    EXPECT_FALSE(ring.release_share());
-    EXPECT_TRUE(ring.release_share());
-}
-
 TEST(PrimitiveRing, FullRingWaitsThenDropsWithAMessage) {
     test::OutputCapture capture;
     PrimitiveRing ring(256, 1);

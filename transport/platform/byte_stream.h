@@ -9,6 +9,7 @@
 #include <span>
 #include <string>
 #include <string_view>
+#include <utility>
 
 namespace kestrel {
 
@@ -38,7 +39,7 @@ public:
     // Thread-safe. Wakes a blocked read, or makes the next read return 0 at once.
     virtual void interrupt() = 0;
     // Thread-safe. Wakes any blocked read or write, waits for them to leave, then
-    // releases the device. The stream may be opened again afterwards.
+    // releases the device. A stream built from a device name may be opened again.
     virtual void close() = 0;
 
     const std::string& name() const { return name_; }
