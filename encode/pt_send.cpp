@@ -71,6 +71,10 @@ int send_stack(uint32_t channel) {
 int pt_send_command(ClientData client_data, Tcl_Interp* interp, int argc, const char* argv[]) {
     auto& session = *static_cast<SessionContext*>(client_data);
     if (!check_chip_connected(interp)) return TCL_ERROR;
+    if (!session.receive_queue()) {
+        session.append_message("Error, the raw transport carries no primitives\n");
+        return TCL_ERROR;
+    }
     const int32_t channel = argc > 1 ? parse_number(argv[1]) : 0;
     switch (channel) {
     case kChannelPtcmd: return send_ptcmd(session, interp, argc - 2, argv + 2);
