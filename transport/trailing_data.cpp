@@ -134,6 +134,19 @@ void copy_trailing_data(uint32_t channel, const AttachedPrimitive& p, uint8_t* r
         return true;
     };
 
+    // count(count_offset) entries of entry bytes each, from the pointers at
+    // 8, 12, ..., packed one after the other.
+    auto copy_counted = [&](uint32_t count_offset, uint32_t slots, uint32_t entry) {
+        const uint32_t count = counted(p, count_offset, slots);
+        for (uint32_t i = 0; i < slots; ++i) {
+            const uint32_t pointer = 8 + 4 * i;
+            if (i < count && copy_block(pointer, entry, at))
+                at += entry;
+            else
+                set_pointer(record, size, pointer, 0);
+        }
+    };
+
     switch (rule->rule) {
     case Rule::none: return;
     case Rule::pointer_only: set_pointer(record, size, rule->blocks[0].pointer_offset, 0); return;
@@ -168,29 +181,13 @@ void copy_trailing_data(uint32_t channel, const AttachedPrimitive& p, uint8_t* r
         }
         return;
     }
-    case Rule::laps: {
-        const uint32_t count = counted(p, 5, 6);
-        for (uint32_t i = 0; i < 6; ++i) {
-            const uint32_t pointer = 8 + 4 * i;
-            if (i < count && copy_block(pointer, kLapBytes, at)) at += kLapBytes;
-            else set_pointer(record, size, pointer, 0);
-        }
-        return;
-    }
+    case Rule::laps: copy_counted(5, 6, kLapBytes); return;
     case Rule::inquiry:
         // Room for every result, but only the first record travels.
         for (uint32_t i = 0; i < 6; ++i) set_pointer(record, size, 8 + 4 * i, 0);
         if (field8(p, 4) != 0) copy_block(8, kInquiryRecord, 0);
         return;
-    case Rule::link_keys: {
-        const uint32_t count = counted(p, 4, 10);
-        for (uint32_t i = 0; i < 10; ++i) {
-            const uint32_t pointer = 8 + 4 * i;
-            if (i < count && copy_block(pointer, kLinkKeyEntry, at)) at += kLinkKeyEntry;
-            else set_pointer(record, size, pointer, 0);
-        }
-        return;
-    }
+    case Rule::link_keys: copy_counted(4, 10, kLinkKeyEntry); return;
     }
 }
 

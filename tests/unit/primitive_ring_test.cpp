@@ -207,5 +207,33 @@ TEST(TrailingData, CountedAndTwoBlockRows) {
     EXPECT_EQ(p[12 + 5], 6);
 }
 
+TEST(TrailingData, CountedEntriesArePackedAndTheRestNulled) {
+    PrimitiveRing ring(4096, 1);
+    AttachedPrimitive keys = primitive(0x0427, 48);  // DM_HCI_RETURN_LINK_KEYS
+    keys.bytes[4] = 2;
+    put_le32(keys.bytes.data() + 8, keys.attach(std::vector<uint8_t>(24, 0x11)));
+    put_le32(keys.bytes.data() + 12, keys.attach(std::vector<uint8_t>(24, 0x22)));
+    put_le32(keys.bytes.data() + 16, keys.attach(std::vector<uint8_t>(24, 0x33)));  // beyond num_keys
+    ring.push(4, keys);
+    AttachedPrimitive laps = primitive(0x0C68, 32);  // DM_HCI_READ_CURRENT_IAC_LAP_COMPLETE
+    laps.bytes[5] = 1;
+    put_le32(laps.bytes.data() + 8, laps.attach({0x33, 0x8b, 0x9e}));
+    ring.push(4, laps);
+
+    uint32_t channel = 0, size = 0;
+    const uint8_t* p = ring.take(false, &channel, &size);
+    EXPECT_EQ(size, 48u + 48u);
+    EXPECT_EQ(get_le32(p + 8), 48u);
+    EXPECT_EQ(get_le32(p + 12), 72u);
+    EXPECT_EQ(get_le32(p + 16), 0u);
+    EXPECT_EQ(p[48], 0x11);
+    EXPECT_EQ(p[72], 0x22);
+
+    p = ring.take(false, &channel, &size);
+    EXPECT_EQ(size, 32u + 18u);
+    EXPECT_EQ(get_le32(p + 8), 32u);
+    EXPECT_EQ(p[32 + 2], 0x9e);
+}
+
 }  // namespace
 }  // namespace kestrel
