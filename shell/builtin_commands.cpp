@@ -5,6 +5,7 @@
 #include "encode/pt_send.h"
 #include "shell/manual.h"
 #include "shell/pt_option.h"
+#include "sim/sim_command.h"
 #include "transport/connection_commands.h"
 #include "transport/wait_commands.h"
 
@@ -35,6 +36,8 @@ const BuiltinCommand kBuiltinCommands[] = {
      "Internal command. Flushes Kestrel of all incoming primitives received.", "None"},
     {"PT_send_raw", pt_send_raw_command, "data (e.g. 1 2 3 4 5 6)", "None",
      "Internal command. Sends a packet over the raw transport.", "None"},
+    // Kestrel's own: the control surface of the simulated chip.
+    {"PT_sim", sim_command, kSimCommandArguments, kSimCommandResults, kSimCommandHelp, "None"},
 };
 
 }  // namespace

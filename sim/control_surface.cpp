@@ -1,0 +1,237 @@
+#include "sim/control_surface.h"
+
+#include <algorithm>
+#include <cstdio>
+#include <iterator>
+
+#include "sim/chip_options.h"
+
+namespace kestrel::sim {
+namespace {
+
+using Words = std::span<const std::string>;
+
+constexpr std::string_view kHelp =
+    "received               what the chip received, one line per message: CHANNEL: HEX BYTES\n"
+    "clear                  forget what the chip received\n"
+    "send CHANNEL BYTE...   send a message as the chip, on channel 2 to 15\n"
+    "debug TEXT...          send the text on the debug channel (11)\n"
+    "rate [BAUD]            pace the line as a UART (0: unlimited)\n"
+    "latency [MS]           delay every byte by MS milliseconds\n"
+    "faults [DROP CORRUPT [SEED]]  damage that share of the line's bursts (0 to 1)\n"
+    "reset [cold|warm]      restart the chip, ending a halt\n"
+    "halt                   stop the chip until a reset\n"
+    "status                 the chip's state, line and counts\n"
+    "ps                     the persistent store's keys\n"
+    "help                   this list\n";
+
+ControlResult ok(std::string text) { return {true, std::move(text)}; }
+ControlResult fail(std::string text) { return {false, std::move(text)}; }
+
+std::string hex_line(uint8_t channel, const std::vector<uint8_t>& bytes) {
+    std::string line = std::to_string(channel) + ":";
+    char hex[4];
+    for (uint8_t b : bytes) {
+        std::snprintf(hex, sizeof hex, " %02X", b);
+        line += hex;
+    }
+    return line + "\n";
+}
+
+std::string rate_text(double rate) {
+    char text[32];
+    std::snprintf(text, sizeof text, "%g", rate);
+    return text;
+}
+
+std::string faults_text(const LinkConditions& c) {
+    return "faults " + rate_text(c.drop_rate) + " " + rate_text(c.corrupt_rate) + " " + std::to_string(c.seed) + "\n";
+}
+
+ControlResult received(SimulatedChip& chip, Words) {
+    std::string text;
+    for (const auto& message : chip.received()) text += hex_line(message.channel, message.bytes);
+    return ok(std::move(text));
+}
+
+ControlResult clear(SimulatedChip& chip, Words) {
+    chip.clear_received();
+    return ok("");
+}
+
+ControlResult send(SimulatedChip& chip, Words args) {
+    const auto channel = parse_number(args[0], 15);
+    if (!channel || *channel < 2) return fail("Error, bad channel '" + args[0] + "' (2 to 15)\n");
+    std::vector<uint8_t> bytes;
+    for (const std::string& word : args.subspan(1)) {
+        const auto byte = parse_number(word, 255);
+        if (!byte) return fail("Error, bad byte '" + word + "' (0 to 255)\n");
+        bytes.push_back(static_cast<uint8_t>(*byte));
+    }
+    std::string error;
+    if (!chip.send(static_cast<uint8_t>(*channel), bytes, error)) return fail(error);
+    return ok("");
+}
+
+ControlResult debug(SimulatedChip& chip, Words args) {
+    std::string text;
+    for (const std::string& word : args) text += (text.empty() ? "" : " ") + word;
+    std::string error;
+    if (!chip.send(kChannelDebug, {reinterpret_cast<const uint8_t*>(text.data()), text.size()}, error))
+        return fail(error);
+    return ok("");
+}
+
+ControlResult rate(SimulatedChip& chip, Words args) {
+    LinkConditions c = chip.conditions();
+    if (!args.empty()) {
+        const auto baud = parse_number(args[0], 100'000'000);
+        if (!baud) return fail("Error, bad baud rate '" + args[0] + "'\n");
+        c.baud = static_cast<unsigned>(*baud);
+        chip.set_conditions(c);
+    }
+    return ok("rate " + std::to_string(c.baud) + "\n");
+}
+
+ControlResult latency(SimulatedChip& chip, Words args) {
+    LinkConditions c = chip.conditions();
+    if (!args.empty()) {
+        const auto ms = parse_number(args[0], 60'000);
+        if (!ms) return fail("Error, bad latency '" + args[0] + "' (0 to 60000 ms)\n");
+        c.latency_ms = static_cast<unsigned>(*ms);
+        chip.set_conditions(c);
+    }
+    return ok("latency " + std::to_string(c.latency_ms) + "\n");
+}
+
+ControlResult faults(SimulatedChip& chip, Words args) {
+    LinkConditions c = chip.conditions();
+    if (args.size() == 1) return fail("Error, usage: faults [DROP CORRUPT [SEED]]\n");
+    if (!args.empty()) {
+        const auto drop = parse_rate(args[0]);
+        const auto corrupt = parse_rate(args[1]);
+        if (!drop) return fail("Error, bad rate '" + args[0] + "' (0 to 1)\n");
+        if (!corrupt) return fail("Error, bad rate '" + args[1] + "' (0 to 1)\n");
+        c.drop_rate = *drop;
+        c.corrupt_rate = *corrupt;
+        if (args.size() == 3) {
+            const auto seed = parse_number(args[2], 0xFFFFFFFF);
+            if (!seed) return fail("Error, bad seed '" + args[2] + "'\n");
+            c.seed = static_cast<uint32_t>(*seed);
+        }
+        chip.set_conditions(c);
+    }
+    return ok(faults_text(c));
+}
+
+ControlResult reset(SimulatedChip& chip, Words args) {
+    Restart kind = Restart::cold;
+    if (!args.empty()) {
+        if (args[0] == "warm") {
+            kind = Restart::warm;
+        } else if (args[0] != "cold") {
+            return fail("Error, reset takes cold or warm, not '" + args[0] + "'\n");
+        }
+    }
+    std::string error;
+    if (!chip.reset(kind, error)) return fail(error);
+    return ok("");
+}
+
+ControlResult halt(SimulatedChip& chip, Words) {
+    std::string error;
+    if (!chip.halt(error)) return fail(error);
+    return ok("");
+}
+
+const char* state_name(SimulatedChip::State state) {
+    switch (state) {
+    case SimulatedChip::State::unplugged: return "unplugged";
+    case SimulatedChip::State::detecting: return "detecting";
+    case SimulatedChip::State::running: return "running";
+    case SimulatedChip::State::halted: return "halted";
+    }
+    return "?";
+}
+
+ControlResult status(SimulatedChip& chip, Words) {
+    const LinkConditions c = chip.conditions();
+    const auto protocol = chip.protocol();
+    std::string text = std::string("state ") + state_name(chip.state()) + "\n";
+    text += std::string("protocol ") + (!protocol ? "unknown" : *protocol == LinkProtocol::ptsp ? "ptsp" : "h4") + "\n";
+    text += "starts " + std::to_string(chip.starts()) + "\n";
+    text += "received " + std::to_string(chip.received().size()) + " (" + std::to_string(chip.received_lost()) +
+            " not kept)\n";
+    text += "rate " + std::to_string(c.baud) + "\n";
+    text += "latency " + std::to_string(c.latency_ms) + "\n";
+    text += faults_text(c);
+    text += "dropped " + std::to_string(chip.bytes_dropped()) + "\n";
+    text += "corrupted " + std::to_string(chip.bytes_corrupted()) + "\n";
+    const std::string& path = chip.ps()->path();
+    text += "ps " + (path.empty() ? std::string("(memory)") : path) + "\n";
+    return ok(std::move(text));
+}
+
+ControlResult ps(SimulatedChip& chip, Words) { return ok(PsStore::format(chip.ps()->keys())); }
+
+ControlResult help(SimulatedChip&, Words) { return ok(std::string(kHelp)); }
+
+struct Command {
+    std::string_view name;
+    size_t min_args;
+    size_t max_args;
+    std::string_view usage;
+    ControlResult (*run)(SimulatedChip&, Words);
+};
+
+constexpr size_t kAny = 4096;
+
+constexpr Command kCommands[] = {
+    {"received", 0, 0, "received", received},
+    {"clear", 0, 0, "clear", clear},
+    {"send", 1, kAny, "send CHANNEL BYTE...", send},
+    {"debug", 1, kAny, "debug TEXT...", debug},
+    {"rate", 0, 1, "rate [BAUD]", rate},
+    {"latency", 0, 1, "latency [MS]", latency},
+    {"faults", 0, 3, "faults [DROP CORRUPT [SEED]]", faults},
+    {"reset", 0, 1, "reset [cold|warm]", reset},
+    {"halt", 0, 0, "halt", halt},
+    {"status", 0, 0, "status", status},
+    {"ps", 0, 0, "ps", ps},
+    {"help", 0, 0, "help", help},
+};
+
+}  // namespace
+
+std::vector<std::string> split_control_line(std::string_view line) {
+    std::vector<std::string> words;
+    size_t at = 0;
+    while (at < line.size()) {
+        const size_t start = line.find_first_not_of(" \t\r\n", at);
+        if (start == std::string_view::npos) break;
+        const size_t end = std::min(line.find_first_of(" \t\r\n", start), line.size());
+        words.emplace_back(line.substr(start, end - start));
+        at = end;
+    }
+    return words;
+}
+
+ControlResult run_control_command(SimulatedChip& chip, std::span<const std::string> words) {
+    if (words.empty()) return fail("Error, no sim command (try help)\n");
+    const auto command = std::find_if(std::begin(kCommands), std::end(kCommands),
+                                      [&](const Command& c) { return c.name == words[0]; });
+    if (command == std::end(kCommands)) return fail("Error, unknown sim command '" + words[0] + "' (try help)\n");
+    const Words args = words.subspan(1);
+    if (args.size() < command->min_args || args.size() > command->max_args)
+        return fail("Error, usage: " + std::string(command->usage) + "\n");
+    return command->run(chip, args);
+}
+
+ControlResult run_control_line(SimulatedChip& chip, std::string_view line) {
+    const std::vector<std::string> words = split_control_line(line);
+    return run_control_command(chip, words);
+}
+
+std::string_view control_help() { return kHelp; }
+
+}  // namespace kestrel::sim
