@@ -28,7 +28,7 @@ for case in "$@"; do
     cp -r "$source_dir/kestrellibs" "$work/"
     args=()
     [ -f "$case.args" ] && mapfile -t args < "$case.args"
-    [ -f "$case.setup" ] && (cd "$work" && SOURCE_DIR="$source_dir" bash -e "$case.setup")
+    [ -f "$case.setup" ] && (cd "$work" && SOURCE_DIR="$source_dir" KESTREL="$kestrel" bash -e "$case.setup")
     (cd "$work" && "$kestrel" "${args[@]}" < "$case.tcl" > console.txt 2>&1)
     echo "$case: exit status $?"
     mask "$version_line" < "$work/console.txt" | fold_header > "$case.out"

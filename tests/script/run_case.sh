@@ -8,7 +8,8 @@
 # Optional files beside the case:
 #   CASE.args     command-line arguments, one per line
 #   CASE.rc       the expected exit status (default 0)
-#   CASE.setup    shell commands run in the working directory first
+#   CASE.setup    shell commands run in the working directory first (with
+#                 SOURCE_DIR and KESTREL, the binary, in the environment)
 #   CASE.log      the expected content of log.txt in the working directory
 #
 # usage: run_case.sh KESTREL SOURCE_DIR CASE_PATH VERSION_LINE
@@ -23,7 +24,7 @@ cp -r "$source_dir/kestrellibs" "$work/"
 args=()
 [ -f "$case.args" ] && mapfile -t args < "$case.args"
 if [ -f "$case.setup" ]; then
-    (cd "$work" && SOURCE_DIR="$source_dir" bash -e "$case.setup") || { echo "setup failed"; exit 1; }
+    (cd "$work" && SOURCE_DIR="$source_dir" KESTREL="$kestrel" bash -e "$case.setup") || { echo "setup failed"; exit 1; }
 fi
 
 (cd "$work" && "$kestrel" "${args[@]}" < "$case.tcl" > "$work/console.txt" 2>&1)
