@@ -9,6 +9,11 @@
 namespace kestrel {
 namespace {
 
+// The link whose reader is delivering on this thread: a receive handler that
+// answers at once feeds the codec directly (the reader holds its lock), and
+// its answer carries the acknowledgement.
+thread_local MessageLink* t_delivering = nullptr;
+
 uint32_t now_ms() {
     using namespace std::chrono;
     return static_cast<uint32_t>(duration_cast<milliseconds>(steady_clock::now().time_since_epoch()).count());
@@ -16,12 +21,11 @@ uint32_t now_ms() {
 
 }  // namespace
 
-// The codec state. Its callbacks only collect frames and messages; they are
-// written and delivered after the lock is released, so a receive handler may
-// send and a slow line never holds the lock.
+// The codec state, guarded by mutex_. Its write callback only collects
+// frames; they are written once the state is consistent.
 struct MessageLink::Engine {
     std::vector<std::vector<uint8_t>> frames;
-    std::vector<std::pair<uint8_t, std::vector<uint8_t>>> messages;
+    std::vector<std::pair<uint8_t, std::vector<uint8_t>>> messages;  // H4
     bool link_up = false;
     bool peer_reset = false;
     std::vector<uint8_t> bad_types;
@@ -34,17 +38,19 @@ struct MessageLink::Engine {
 MessageLink::MessageLink(std::unique_ptr<ByteStream> stream, LinkProtocol protocol, LinkRole role, Handlers handlers)
     : stream_(std::move(stream)), protocol_(protocol), role_(role), handlers_(std::move(handlers)),
       engine_(std::make_unique<Engine>()) {
-    if (protocol_ == LinkProtocol::ptsp) {
-        Engine* engine = engine_.get();
-        engine_->ptsp = std::make_unique<ptsp::Link>(ptsp::Link::Callbacks{
-            [engine](std::span<const uint8_t> frame) { engine->frames.emplace_back(frame.begin(), frame.end()); },
-            [engine](uint8_t channel, std::span<const uint8_t> payload) {
-                engine->messages.emplace_back(channel, std::vector<uint8_t>(payload.begin(), payload.end()));
-            },
-            [engine] { engine->link_up = true; },
-            [engine] { engine->peer_reset = true; },
-        });
-    }
+    if (protocol_ != LinkProtocol::ptsp) return;
+    Engine* engine = engine_.get();
+    engine_->ptsp = std::make_unique<ptsp::Link>(ptsp::Link::Callbacks{
+        [engine](std::span<const uint8_t> frame) { engine->frames.emplace_back(frame.begin(), frame.end()); },
+        [this](uint8_t channel, std::span<const uint8_t> payload) {
+            if (!handlers_.receive) return;
+            MessageLink* outer = std::exchange(t_delivering, this);
+            handlers_.receive(channel, std::vector<uint8_t>(payload.begin(), payload.end()));
+            t_delivering = outer;
+        },
+        [engine] { engine->link_up = true; },
+        [engine] { engine->peer_reset = true; },
+    });
 }
 
 MessageLink::~MessageLink() { stop(); }
@@ -53,12 +59,9 @@ bool MessageLink::start(unsigned timeout_ms, std::string& error) {
     const auto deadline = std::chrono::steady_clock::now() + std::chrono::milliseconds(timeout_ms);
     if (!open_with_deadline(*stream_, timeout_ms, error)) return false;
     {
-        std::lock_guard lock(mutex_);
+        std::unique_lock lock(mutex_);
         if (protocol_ == LinkProtocol::ptsp) engine_->ptsp->start(now_ms());
-        std::vector<std::vector<uint8_t>> frames;
-        frames.swap(engine_->frames);
-        std::lock_guard write_lock(write_mutex_);
-        write_frames_locked(frames);
+        flush_frames(lock);
     }
     running_ = true;
     reader_ = std::thread(&MessageLink::reader, this);
@@ -67,70 +70,97 @@ bool MessageLink::start(unsigned timeout_ms, std::string& error) {
         return true;
     }
     std::unique_lock lock(mutex_);
-    return established_changed_.wait_until(lock, deadline, [&] { return established_.load(); });
+    bool up = established_changed_.wait_until(lock, deadline, [&] { return established_.load(); });
+    lock.unlock();
+    pump();
+    return up;
 }
 
 bool MessageLink::send(uint8_t channel, std::span<const uint8_t> message) {
-    std::vector<std::vector<uint8_t>> frames;
-    if (protocol_ == LinkProtocol::ptsp) {
-        if (message.size() > kPtspMaxMessage) return false;
-        std::unique_lock lock(mutex_);
-        engine_->ptsp->send(channel, {message.begin(), message.end()}, now_ms());
-        frames.swap(engine_->frames);
-        // Frames leave in the order the codec made them: the write lock is
-        // taken before the codec's lock is let go.
-        std::unique_lock write_lock(write_mutex_);
-        lock.unlock();
-        write_frames_locked(frames);
-        return true;
-    } else {
+    if (protocol_ == LinkProtocol::h4) {
         auto packets = role_ == LinkRole::host ? h4::tunnel_to_chip(channel, message)
                                                : h4::tunnel_to_host(channel, message);
-        for (const h4::Packet& packet : packets) frames.push_back(h4::encode(packet));
+        std::lock_guard write_lock(write_mutex_);
+        for (const h4::Packet& packet : packets) stream_->write(h4::encode(packet));
+        return true;
     }
-    write_frames(frames);
+    if (message.size() > kPtspMaxMessage) return false;
+    if (t_delivering == this) {
+        engine_->ptsp->send(channel, {message.begin(), message.end()}, now_ms());
+        return true;
+    }
+    // A sender never waits for the codec's lock: whoever holds it takes the
+    // message from the outbox before letting go. So no lock a caller holds
+    // can deadlock with a receive handler that holds the codec.
+    {
+        std::lock_guard lock(outbox_mutex_);
+        outbox_.emplace_back(channel, std::vector<uint8_t>(message.begin(), message.end()));
+    }
+    pump();
     return true;
 }
 
-void MessageLink::write_frames(std::vector<std::vector<uint8_t>>& frames) {
-    if (frames.empty()) return;
-    std::lock_guard lock(write_mutex_);
-    write_frames_locked(frames);
+void MessageLink::pump() {
+    for (;;) {
+        std::unique_lock lock(mutex_, std::try_to_lock);
+        if (!lock) return;  // the holder pumps when it lets go
+        drain_outbox();
+        flush_frames(lock);
+        std::lock_guard outbox_lock(outbox_mutex_);
+        if (outbox_.empty()) return;
+    }
 }
 
-void MessageLink::write_frames_locked(std::vector<std::vector<uint8_t>>& frames) {
+void MessageLink::drain_outbox() {
+    std::vector<std::pair<uint8_t, std::vector<uint8_t>>> waiting;
+    {
+        std::lock_guard lock(outbox_mutex_);
+        waiting.swap(outbox_);
+    }
+    for (auto& [channel, message] : waiting) engine_->ptsp->send(channel, std::move(message), now_ms());
+}
+
+// Writes the frames the codec made, in its order: the write lock is taken
+// before the codec's lock is let go. Releases the codec's lock.
+void MessageLink::flush_frames(std::unique_lock<std::mutex>& lock) {
+    std::vector<std::vector<uint8_t>> frames;
+    frames.swap(engine_->frames);
+    if (frames.empty()) {
+        lock.unlock();
+        return;
+    }
+    std::lock_guard write_lock(write_mutex_);
+    lock.unlock();
     for (const auto& frame : frames) stream_->write(frame);
-    frames.clear();
-}
-
-void MessageLink::deliver(std::vector<std::pair<uint8_t, std::vector<uint8_t>>>& messages) {
-    for (auto& [channel, message] : messages)
-        if (handlers_.receive) handlers_.receive(channel, std::move(message));
-    messages.clear();
 }
 
 void MessageLink::reader() {
     std::vector<uint8_t> buffer(8192);
-    std::vector<std::vector<uint8_t>> frames;
-    std::vector<std::pair<uint8_t, std::vector<uint8_t>>> messages;
     while (running_) {
         int timeout = 250;
         if (protocol_ == LinkProtocol::ptsp) {
-            std::lock_guard lock(mutex_);
-            timeout = static_cast<int>(static_cast<int32_t>(engine_->ptsp->next_deadline_ms() - now_ms()));
-            if (timeout < 0) timeout = 0;
+            {
+                std::lock_guard lock(mutex_);
+                timeout = static_cast<int>(static_cast<int32_t>(engine_->ptsp->next_deadline_ms() - now_ms()));
+                if (timeout < 0) timeout = 0;
+            }
+            pump();  // a send that found the lock taken just now
         }
         long got = stream_->read(buffer, timeout);
         if (got < 0) break;  // end of stream or closed
-        bool link_up = false, peer_reset = false;
+        std::span<const uint8_t> bytes(buffer.data(), static_cast<size_t>(got));
+        std::vector<std::pair<uint8_t, std::vector<uint8_t>>> messages;
+        bool peer_reset = false;
         std::vector<uint8_t> bad_types;
         {
             std::unique_lock lock(mutex_);
             Engine& e = *engine_;
-            std::span<const uint8_t> bytes(buffer.data(), static_cast<size_t>(got));
             if (protocol_ == LinkProtocol::ptsp) {
-                if (got > 0) e.ptsp->receive(bytes, now_ms());
+                drain_outbox();
+                if (got > 0) e.ptsp->receive(bytes, now_ms());  // delivers as it goes
                 e.ptsp->tick(now_ms());
+                retransmissions_ = e.ptsp->retransmissions();
+                frames_dropped_ = e.ptsp->frames_dropped();
             } else {
                 const bool host = role_ == LinkRole::host;
                 e.h4_decoder.feed(
@@ -143,24 +173,23 @@ void MessageLink::reader() {
                                 e.messages.emplace_back(message->channel, std::move(message->bytes));
                     },
                     [&](uint8_t byte) { e.bad_types.push_back(byte); });
+                frames_dropped_ = e.reassembler.dropped();
             }
-            frames.swap(e.frames);
             messages.swap(e.messages);
             bad_types.swap(e.bad_types);
-            link_up = std::exchange(e.link_up, false);
             peer_reset = std::exchange(e.peer_reset, false);
-            if (link_up) {
+            if (std::exchange(e.link_up, false)) {
                 established_ = true;
                 established_changed_.notify_all();
             }
-            std::unique_lock write_lock(write_mutex_);
-            lock.unlock();
-            write_frames_locked(frames);
+            flush_frames(lock);
         }
+        pump();
         if (peer_reset && handlers_.peer_reset) handlers_.peer_reset();
         for (uint8_t byte : bad_types)
             if (handlers_.damaged) handlers_.damaged(byte);
-        deliver(messages);
+        for (auto& [channel, message] : messages)
+            if (handlers_.receive) handlers_.receive(channel, std::move(message));
     }
 }
 
@@ -170,16 +199,6 @@ void MessageLink::stop() {
         if (reader_.joinable()) reader_.join();
     }
     stream_->close();
-}
-
-uint64_t MessageLink::retransmissions() const {
-    std::lock_guard lock(mutex_);
-    return engine_->ptsp ? engine_->ptsp->retransmissions() : 0;
-}
-
-uint64_t MessageLink::frames_dropped() const {
-    std::lock_guard lock(mutex_);
-    return engine_->ptsp ? engine_->ptsp->frames_dropped() : engine_->reassembler.dropped();
 }
 
 }  // namespace kestrel

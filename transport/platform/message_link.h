@@ -25,7 +25,8 @@ enum class LinkRole { host, chip };
 class MessageLink {
 public:
     struct Handlers {
-        // On the reader thread; may call send().
+        // On the reader thread; may call send(). Over PTSP it runs while the
+        // codec is locked, so it must not wait for anything the link does.
         std::function<void(uint8_t channel, std::vector<uint8_t> message)> receive;
         // PTSP: the peer restarted; the link is established again.
         std::function<void()> peer_reset;
@@ -52,8 +53,8 @@ public:
     void stop();
 
     bool established() const { return established_.load(); }
-    uint64_t retransmissions() const;
-    uint64_t frames_dropped() const;
+    uint64_t retransmissions() const { return retransmissions_.load(); }
+    uint64_t frames_dropped() const { return frames_dropped_.load(); }
 
     static constexpr size_t kPtspMaxMessage = 4095;
 
@@ -61,9 +62,9 @@ private:
     struct Engine;
 
     void reader();
-    void write_frames(std::vector<std::vector<uint8_t>>& frames);
-    void write_frames_locked(std::vector<std::vector<uint8_t>>& frames);  // write_mutex_ held
-    void deliver(std::vector<std::pair<uint8_t, std::vector<uint8_t>>>& messages);
+    void pump();          // feeds the outbox to the codec, if its lock is free
+    void drain_outbox();  // mutex_ held
+    void flush_frames(std::unique_lock<std::mutex>& lock);
 
     std::unique_ptr<ByteStream> stream_;
     const LinkProtocol protocol_;
@@ -71,11 +72,16 @@ private:
     Handlers handlers_;
     std::unique_ptr<Engine> engine_;  // codec state, guarded by mutex_
 
-    mutable std::mutex mutex_;
+    // Lock order: mutex_, then write_mutex_; outbox_mutex_ is taken alone.
+    std::mutex mutex_;
     std::mutex write_mutex_;  // frames go out whole, in order
+    std::mutex outbox_mutex_;
+    std::vector<std::pair<uint8_t, std::vector<uint8_t>>> outbox_;
     std::condition_variable established_changed_;
     std::atomic<bool> established_{false};
     std::atomic<bool> running_{false};
+    std::atomic<uint64_t> retransmissions_{0};
+    std::atomic<uint64_t> frames_dropped_{0};
     std::thread reader_;
 };
 
