@@ -8,7 +8,6 @@
 namespace kestrel {
 namespace {
 
-constexpr size_t kOutstandingCapacity = 1024;
 constexpr auto kStallLimit = std::chrono::seconds(30);
 
 uint16_t field16(const AttachedPrimitive& p, size_t offset) {
@@ -38,7 +37,7 @@ bool RfcommFlowControl::fits(uint16_t size) const {
 }
 
 void RfcommFlowControl::issue_locked(AttachedPrimitive primitive, uint16_t size) {
-    if (outstanding_sizes_.size() < kOutstandingCapacity) outstanding_sizes_.push_back(size);
+    outstanding_sizes_.push(size);
     bytes_sent_ += size;
     ++primitives_sent_;
     issue_(std::move(primitive));
@@ -77,14 +76,13 @@ void RfcommFlowControl::credit(uint16_t total) {
     last_credit_total_ = total;
     for (uint16_t i = 0; i < count; ++i) {
         ++credits_received_;
-        if (outstanding_sizes_.empty()) {
+        if (outstanding_sizes_.count() == 0) {
             output_write("Possible fatal error, too many flow control credits have\n");
             output_write("been received than sent to the chip.\n");
             fatal_ = true;
             continue;
         }
-        buffer_space_granted_ += outstanding_sizes_.front();
-        outstanding_sizes_.pop_front();
+        buffer_space_granted_ += outstanding_sizes_.pop();
     }
     while (!queue_.empty() && fits(queue_.front().size)) {
         Waiting next = std::move(queue_.front());
@@ -138,7 +136,7 @@ bool RfcommFlowControl::disable_and_drain() {
             std::lock_guard lock(mutex_);
             if (!enabled_) return true;
             queued_now = queue_.size();
-            outstanding_now = outstanding_sizes_.size();
+            outstanding_now = outstanding_sizes_.count();
             if (queued_now == 0 && outstanding_now == 0) {
                 enabled_ = false;
                 return true;
@@ -163,10 +161,11 @@ void RfcommFlowControl::print_stall_report() {
     output_write("Internal error - failed to flush primitives after 30 secs\n");
     std::lock_guard lock(mutex_);
     output_printf("Onchip buffer space: %d\n", static_cast<int>(buffer_space_granted_ - bytes_sent_));
-    output_printf("Outstanding flow control primitives not accounted for: %d\n",
-                  static_cast<int>(outstanding_sizes_.size()));
+    const uint32_t outstanding = outstanding_sizes_.count();
+    output_printf("Outstanding flow control primitives not accounted for: %d\n", static_cast<int>(outstanding));
     int n = 0;
-    for (uint32_t size : outstanding_sizes_) output_printf("*Prim[%d] size: %d\n", ++n, static_cast<int>(size));
+    for (uint32_t i = 0; i < outstanding; ++i)
+        output_printf("*Prim[%d] size: %d\n", ++n, static_cast<int>(outstanding_sizes_.pop()));
     output_write("Outstanding primitives in queue:\n");
     n = 0;
     for (const Waiting& w : queue_)
@@ -187,7 +186,7 @@ size_t RfcommFlowControl::queued() const {
 
 size_t RfcommFlowControl::outstanding() const {
     std::lock_guard lock(mutex_);
-    return outstanding_sizes_.size();
+    return outstanding_sizes_.count();
 }
 
 }  // namespace kestrel

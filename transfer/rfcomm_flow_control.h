@@ -11,6 +11,7 @@
 #include <span>
 
 #include "transport/attached_primitive.h"
+#include "transport/word_fifo.h"
 
 namespace kestrel {
 
@@ -80,7 +81,7 @@ private:
     uint32_t bytes_sent_ = 0;
     bool fatal_ = false;
     std::deque<Waiting> queue_;
-    std::deque<uint32_t> outstanding_sizes_;
+    WordFifo outstanding_sizes_{1024};  // one per primitive sent and not yet credited
 };
 
 }  // namespace kestrel
