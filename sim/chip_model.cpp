@@ -47,6 +47,9 @@ namespace {
 
 using B = Behaviour;
 
+constexpr uint16_t kPanicArg = 0x6805;
+constexpr uint16_t kFaultArg = 0x6806;
+
 constexpr uint32_t kBuildId = 0x0B54;
 constexpr uint32_t kChipVersion = 0x0002;
 constexpr uint32_t kChipRevision = 0x0031;
@@ -75,8 +78,8 @@ constexpr ChipVariable kVariables[] = {
     {0x6802, "CONFIG_UART", B::state, 0},
     {0x6803, "TESTA_AMUX", B::state, 0},
     {0x6804, "TESTB_AMUX", B::state, 0},
-    {0x6805, "PANIC_ARG", B::preserved, 0},
-    {0x6806, "FAULT_ARG", B::preserved, 0},
+    {kPanicArg, "PANIC_ARG", B::preserved, 0},
+    {kFaultArg, "FAULT_ARG", B::preserved, 0},
     {0x2807, "PRESERVE_VALID", B::preserve_valid},
     {0x4818, "PSCLR", B::ps_clear},
     {0x2819, "BUILDID", B::constant, kBuildId},
@@ -210,7 +213,7 @@ void ChipModel::announce() {
 void ChipModel::panic(uint16_t code) {
     {
         std::lock_guard lock(mutex_);
-        values_[0x6805] = code;  // PANIC_ARG survives the warm restart that follows
+        values_[kPanicArg] = code;  // survives the warm restart that follows
     }
     char line[80];
     std::snprintf(line, sizeof line, "Petrel simulator 0.1: panic 0x%04x, restarting", code);
@@ -224,7 +227,9 @@ void ChipModel::receive(uint8_t channel, std::span<const uint8_t> message) {
     switch (channel) {
     case kChannelPtcmd: {
         std::lock_guard lock(mutex_);
-        effects.messages.emplace_back(kChannelPtcmd, ptcmd_bytes(answer_ptcmd(message, effects)));
+        const std::vector<uint16_t> answer = answer_ptcmd(message, effects);
+        // The answer goes before whatever the request set off (a fault report).
+        effects.messages.emplace(effects.messages.begin(), kChannelPtcmd, ptcmd_bytes(answer));
         break;
     }
     case kChannelVm:
@@ -308,7 +313,7 @@ uint16_t ChipModel::set(const Variable& v, std::span<uint16_t> payload, Effects&
         effects.request = ChipRequest{ChipRequest::Kind::panic, static_cast<uint16_t>(value), kDelayedPanicMs};
         break;
     case B::fault: {
-        values_[0x6806] = value;  // FAULT_ARG
+        values_[kFaultArg] = value;
         ++faults_reported_;
         const uint16_t report[] = {kSetReq, 9, hq_seq_++, kHqVaridFault, kOk,
                                    static_cast<uint16_t>(value), faults_reported_, 0, 0};

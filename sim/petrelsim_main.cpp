@@ -8,6 +8,7 @@
 #include <sys/signalfd.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <cerrno>
 #include <cstdio>
 #include <map>
@@ -46,16 +47,18 @@ constexpr std::string_view kUsage =
     "Standard input takes control commands, \"[N] COMMAND ARGS...\" for chip N (the last\n"
     "chip unless told), \"chips\" to list the chips again and \"quit\". Commands:\n";
 
+constexpr std::string_view kChipOptionKeys[] = {"protocol", "ps", "rate", "latency", "drop", "corrupt", "seed"};
+
 enum class Line { pty, unix_socket, tcp };
 
-struct ChipSpec {
+struct ServedChip {
     Line line;
     std::string address;  // path or port
     ChipConfig config;
 };
 
 struct Arguments {
-    std::vector<ChipSpec> chips;
+    std::vector<ServedChip> chips;
     bool ignore_eof = false;
 };
 
@@ -96,10 +99,12 @@ bool parse_arguments(int argc, char** argv, Arguments& out) {
         } else if (key == "unix" || key == "tcp") {
             if (!take_value()) return false;
             out.chips.push_back({key == "unix" ? Line::unix_socket : Line::tcp, std::string(value), config});
-        } else {
+        } else if (std::ranges::find(kChipOptionKeys, key) != std::end(kChipOptionKeys)) {
             if (!take_value()) return false;
             std::string error;
             if (!apply_chip_option(config, key, value, error)) return fail(error);
+        } else {
+            return fail("unknown option --" + std::string(key) + " (try --help)");
         }
     }
     if (out.chips.empty()) out.chips.push_back({Line::pty, "", config});
@@ -115,19 +120,19 @@ bool parse_arguments(int argc, char** argv, Arguments& out) {
     return true;
 }
 
-std::unique_ptr<ChipServer> make_server(const ChipSpec& spec, std::string& error) {
-    SimulatedChip::Options options{spec.config.protocol, nullptr, spec.config.conditions, nullptr};
-    if (!spec.config.ps_path.empty()) {
-        options.ps = PsStore::open(spec.config.ps_path, error);
+std::unique_ptr<ChipServer> make_server(const ServedChip& served, std::string& error) {
+    SimulatedChip::Options options{served.config.protocol, nullptr, served.config.conditions, nullptr};
+    if (!served.config.ps_path.empty()) {
+        options.ps = PsStore::open(served.config.ps_path, error);
         if (!options.ps) return nullptr;
     }
-    switch (spec.line) {
+    switch (served.line) {
     case Line::pty: return ChipServer::pty(std::move(options), error);
-    case Line::unix_socket: return ChipServer::unix_socket(spec.address, std::move(options), error);
+    case Line::unix_socket: return ChipServer::unix_socket(served.address, std::move(options), error);
     case Line::tcp: {
-        const auto port = parse_number(spec.address, 65535);
+        const auto port = parse_number(served.address, 65535);
         if (!port) {
-            error = "bad TCP port '" + spec.address + "'";
+            error = "bad TCP port '" + served.address + "'";
             return nullptr;
         }
         return ChipServer::tcp(static_cast<unsigned>(*port), std::move(options), error);
@@ -188,9 +193,9 @@ int main(int argc, char** argv) {
     const int signal_fd = ::signalfd(-1, &signals, SFD_CLOEXEC);
 
     std::vector<std::unique_ptr<ChipServer>> servers;
-    for (const ChipSpec& spec : arguments.chips) {
+    for (const ServedChip& served : arguments.chips) {
         std::string error;
-        auto server = make_server(spec, error);
+        auto server = make_server(served, error);
         if (!server) {
             fail("chip " + std::to_string(servers.size() + 1) + ": " + error);
             return 1;  // the servers made so far go with their socket files

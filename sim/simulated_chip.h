@@ -71,7 +71,7 @@ public:
     void set_unplugged_handler(std::function<void()> handler);
 
     State state() const;
-    std::optional<LinkProtocol> protocol() const;  // of the current line
+    std::optional<LinkProtocol> protocol() const;  // of the current line, or of the last one
     uint64_t starts() const;                       // power-ons and restarts
 
     std::vector<Received> received() const;

@@ -5,6 +5,7 @@
 
 #include <cstdio>
 #include <fstream>
+#include <ostream>
 #include <sstream>
 #include <thread>
 
@@ -30,6 +31,8 @@ struct Setup {
     bool detected;
     const char* name;
 };
+
+void PrintTo(const Setup& setup, std::ostream* out) { *out << setup.name; }
 
 class SimChipTest : public ::testing::TestWithParam<Setup> {
 protected:
@@ -207,7 +210,10 @@ TEST_P(SimChipTest, StackChannelsAreRecordedAndNotAnswered) {
 }
 
 TEST_P(SimChipTest, ProvokedFaultIsReportedOnTheHqChannel) {
-    set_value(kProvokeFault, 0x0042);
+    host_->send_words(TestHost::request(kSet, kProvokeFault, 40, {0x0042}));
+    const auto answer = host_->next();  // the answer comes first
+    ASSERT_TRUE(answer);
+    EXPECT_EQ(answer->channel, kChannelPtcmd);
     const auto report = host_->next(kChannelHq);
     ASSERT_TRUE(report);
     EXPECT_EQ(report->words(), (std::vector<uint16_t>{ptcmd::kSetReq, 9, 0, ptcmd::kHqVaridFault, 0, 0x42, 1, 0, 0}));
