@@ -80,9 +80,23 @@ bool ConditionedStream::open(std::string& error) {
     if (!inner_->open(error)) return false;
     std::lock_guard lock(mutex_);
     started_ = true;
-    pump_ = std::thread(&ConditionedStream::pump, this);
+    if (!plain(conditions_)) start_pump();
     drain_ = std::thread(&ConditionedStream::drain, this);
     return true;
+}
+
+// A line without conditions passes bytes straight through: no thread
+// stands between the host and the chip. The pump starts when a condition is
+// first set, and stays.
+bool ConditionedStream::plain(const LinkConditions& c) {
+    return c.baud == 0 && c.latency_ms == 0 && c.drop_rate == 0 && c.corrupt_rate == 0;
+}
+
+void ConditionedStream::start_pump() {
+    if (pump_started_) return;
+    pump_started_ = true;
+    pump_ = std::thread(&ConditionedStream::pump, this);
+    inner_->interrupt();  // a direct read in progress returns, and the pump takes over
 }
 
 void ConditionedStream::close() {
@@ -101,6 +115,7 @@ void ConditionedStream::interrupt() {
     {
         std::lock_guard lock(mutex_);
         interrupted_ = true;
+        if (direct_reading_) inner_->interrupt();
     }
     changed_.notify_all();
 }
@@ -117,6 +132,7 @@ void ConditionedStream::set_conditions(const LinkConditions& conditions) {
         outbound_.reseed(conditions.seed ^ kOutboundSeedSalt);
     }
     conditions_ = conditions;
+    if (started_ && !closed_ && !plain(conditions_)) start_pump();
 }
 
 uint64_t ConditionedStream::bytes_dropped() const {
@@ -132,6 +148,21 @@ uint64_t ConditionedStream::bytes_corrupted() const {
 long ConditionedStream::read(std::span<uint8_t> buffer, int timeout_ms) {
     if (buffer.empty()) return 0;
     std::unique_lock lock(mutex_);
+    if (!pump_started_) {
+        if (closed_ || !started_ || host_gone_) return -1;
+        if (interrupted_) {
+            interrupted_ = false;
+            return 0;
+        }
+        direct_reading_ = true;
+        lock.unlock();
+        const long got = inner_->read(buffer, timeout_ms);
+        lock.lock();
+        direct_reading_ = false;
+        if (got < 0) host_gone_ = true;
+        changed_.notify_all();
+        return got;
+    }
     const bool forever = timeout_ms < 0;
     const Clock::time_point deadline = Clock::now() + std::chrono::milliseconds(std::max(timeout_ms, 0));
     for (;;) {
@@ -156,6 +187,17 @@ long ConditionedStream::read(std::span<uint8_t> buffer, int timeout_ms) {
 
 bool ConditionedStream::write(std::span<const uint8_t> data) {
     std::unique_lock lock(mutex_);
+    if (plain(conditions_) && outbound_.queued() == 0 && !drain_writing_ && !direct_writing_ && started_ &&
+        !closed_ && !write_failed_) {
+        direct_writing_ = true;
+        lock.unlock();
+        const bool written = inner_->write(data);
+        lock.lock();
+        direct_writing_ = false;
+        if (!written) write_failed_ = true;
+        changed_.notify_all();
+        return written;
+    }
     changed_.wait(lock, [&] { return closed_ || write_failed_ || outbound_.queued() < kMaxQueued; });
     if (closed_ || write_failed_ || !started_) return false;
     outbound_.push({data.begin(), data.end()}, Clock::now(), conditions_);
@@ -165,6 +207,13 @@ bool ConditionedStream::write(std::span<const uint8_t> data) {
 
 void ConditionedStream::pump() {
     std::vector<uint8_t> buffer(4096);
+    {
+        // The direct reader finishes its read before the pump reads, so
+        // bytes keep their order.
+        std::unique_lock lock(mutex_);
+        changed_.wait(lock, [&] { return !direct_reading_ || closed_; });
+        if (closed_) return;
+    }
     for (;;) {
         const long got = inner_->read(buffer, -1);
         std::lock_guard lock(mutex_);
@@ -195,9 +244,13 @@ void ConditionedStream::drain() {
             continue;
         }
         changed_.notify_all();  // room for a waiting writer
+        changed_.wait(lock, [&] { return !direct_writing_ || closed_; });
+        if (closed_) return;
+        drain_writing_ = true;
         lock.unlock();
         const bool written = inner_->write({chunk.data(), got});
         lock.lock();
+        drain_writing_ = false;
         if (!written) {
             write_failed_ = true;
             changed_.notify_all();

@@ -128,6 +128,13 @@ private:
     bool host_gone_ = false;  // the inner stream ended
     bool write_failed_ = false;
     bool interrupted_ = false;
+    bool pump_started_ = false;    // a condition was set: bytes from the host pass the queue
+    bool direct_reading_ = false;  // read() is in the inner stream's read
+    bool direct_writing_ = false;  // write() writes straight through
+    bool drain_writing_ = false;
+
+    static bool plain(const LinkConditions& conditions);
+    void start_pump();  // mutex_ held
 
     std::mutex close_mutex_;  // one closer joins the threads
     std::thread pump_;
