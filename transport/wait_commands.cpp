@@ -49,7 +49,7 @@ bool resolve(Tcl_Interp* interp, const char* element, int32_t* value) {
     return true;
 }
 
-int parse(SessionContext& session, Tcl_Interp* interp, int argc, const char* argv[], WaitSpec& spec) {
+int parse(SessionContext& session, Tcl_Interp* interp, int argc, const char* argv[], WaitSpec& wanted) {
     for (int i = 1; i < argc; ++i) {
         int count = 0;
         const char** elements = nullptr;
@@ -71,7 +71,7 @@ int parse(SessionContext& session, Tcl_Interp* interp, int argc, const char* arg
             session.append_message("ERROR - Unexpected primitive received for different channel\n");
             return TCL_ERROR;
         }
-        spec.channel_mask |= 1u << channel;
+        wanted.channel_mask |= 1u << channel;
         if (!has_type_list(static_cast<uint32_t>(channel))) continue;
         for (int e = 1; e < count; ++e) {
             int32_t type = 0;
@@ -80,7 +80,7 @@ int parse(SessionContext& session, Tcl_Interp* interp, int argc, const char* arg
                                        elements[e] + 1);
                 return TCL_ERROR;
             }
-            spec.types[channel].push_back(type);
+            wanted.types[channel].push_back(type);
         }
     }
     return TCL_OK;
@@ -126,8 +126,8 @@ struct WaitingFlag {
 int wait(ClientData client_data, Tcl_Interp* interp, int argc, const char* argv[], bool until) {
     auto& session = *static_cast<SessionContext*>(client_data);
     if (!check_chip_or_tci_connected(interp)) return TCL_ERROR;
-    WaitSpec spec;
-    if (parse(session, interp, argc, argv, spec) != TCL_OK) return TCL_ERROR;
+    WaitSpec wanted;
+    if (parse(session, interp, argc, argv, wanted) != TCL_OK) return TCL_ERROR;
 
     PrimitiveRing* ring = session.receive_queue();
     if (!ring) {
@@ -152,13 +152,13 @@ int wait(ClientData client_data, Tcl_Interp* interp, int argc, const char* argv[
             continue;
         }
         const uint32_t c = channel & 0x7FFFFFFF;
-        if (!(spec.channel_mask & (1u << (channel & 31)))) {
+        if (!(wanted.channel_mask & (1u << (channel & 31)))) {
             if (until) continue;
             session.append_message("%s", kUnexpected);
             return TCL_ERROR;
         }
         if (c == kChannelVm) {
-            const auto& types = spec.types[kChannelVm];
+            const auto& types = wanted.types[kChannelVm];
             if (types.empty() || (size >= 4 && listed(types, get_le16(record + 2))))
                 return decode_vm_wait(session, interp, record, size);
             continue;
@@ -167,7 +167,7 @@ int wait(ClientData client_data, Tcl_Interp* interp, int argc, const char* argv[
         if (c == kChannelAcl) return decode_acl_wait(session, interp, record, size);
         if (c == kChannelTci) {
             const int32_t type = (channel & 0x80000000u) ? get_le16(record) : record[0];
-            const auto& types = spec.types[kChannelTci];
+            const auto& types = wanted.types[kChannelTci];
             if (!types.empty() && !listed(types, type)) continue;
             trace_printf(kTraceError, "Error, unrecognised TCI primitive\n");
             session.append_message("ERROR - Unexpected TCI primitive received\n");
@@ -175,7 +175,7 @@ int wait(ClientData client_data, Tcl_Interp* interp, int argc, const char* argv[
         }
         const uint16_t type = size >= 2 ? get_le16(record) : 0;
         const FamilyTexts texts = family_texts(c);
-        if (!spec.types[c].empty() && !listed(spec.types[c], type)) {
+        if (!wanted.types[c].empty() && !listed(wanted.types[c], type)) {
             if (until) continue;
             session.append_message("%s", texts.unexpected);
             return TCL_ERROR;
