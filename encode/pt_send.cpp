@@ -15,6 +15,9 @@ namespace kestrel {
 namespace {
 
 constexpr uint32_t kFieldMask = 0x04800000;
+// A dump carries its own "->" and indents its continuation lines under it, so
+// it goes out without the printer's prefix.
+constexpr uint32_t kDumpMask = 0x04000000;
 
 // PT_send 2 words...: the PTCMD message is every word given, in order; its
 // first word is the array's own element count, as the script writes it.
@@ -29,7 +32,7 @@ int send_ptcmd(SessionContext& session, Tcl_Interp* interp, int count, const cha
         auto part = convert_long_array(interp, words[i]);
         message.insert(message.end(), part.begin(), part.end());
     }
-    if (kFieldMask & g_trace_mask.load()) trace_printf(kFieldMask | 0x40, "%s", hex_dump_longs(message, "->").c_str());
+    if (kFieldMask & g_trace_mask.load()) trace_printf(kDumpMask | 0x40, "%s", hex_dump_longs(message, "->").c_str());
     trace_printf(0x05000040, "PTCMD");
     session.device_link->send_ptcmd(message);
     return TCL_OK;
@@ -48,7 +51,7 @@ int send_vm(SessionContext& session, Tcl_Interp* interp, int count, const char* 
             message.push_back(static_cast<uint8_t>(word));
             message.push_back(static_cast<uint8_t>(word >> 8));
         }
-    if (kFieldMask & g_trace_mask.load()) trace_printf(kFieldMask | 0x20, "%s", hex_dump_bytes(message, "->").c_str());
+    if (kFieldMask & g_trace_mask.load()) trace_printf(kDumpMask | 0x20, "%s", hex_dump_bytes(message, "->").c_str());
     trace_printf(0x05000020, "VM_PRIM");
     session.device_link->send_vm(std::move(message));
     return TCL_OK;

@@ -210,7 +210,9 @@ void DeviceLink::on_message(uint8_t channel, std::vector<uint8_t> message) {
         count(kLinkPtcmdReceived);
         const std::vector<uint32_t> array = decode_ptcmd_message(message);
         trace_printf(0x0a000040, "PTCMD");
-        if ((0x08800040u & g_trace_mask.load()) != 0) trace_printf(0x08800040, "%s", hex_dump_longs(array, "=>").c_str());
+        // The dump carries its own "=>" and indents its continuation lines
+        // under it, so it goes out without the printer's prefix.
+        if ((0x08800040u & g_trace_mask.load()) != 0) trace_printf(0x08000040, "%s", hex_dump_longs(array, "=>").c_str());
         trace_printf(0x09000040, "PTCMD");
         ring_->push(kChannelPtcmd, long_bytes(array));
         return;
