@@ -14,26 +14,32 @@ void set_arg(Tcl_Interp* interp, int number, const std::string& text) {
     Tcl_SetVar(interp, name.c_str(), text.c_str(), TCL_GLOBAL_ONLY);
 }
 
-}  // namespace
-
-int decode_ptcmd_wait(SessionContext&, Tcl_Interp* interp, const uint8_t* message, uint32_t size) {
-    std::vector<uint32_t> words(size / 4);
-    for (size_t i = 0; i < words.size(); ++i) words[i] = get_le32(message + 4 * i);
-    const std::string block = long_block_text(words);
-    Tcl_AppendElement(interp, "0x2");
+// The channel, then the whole message as one block of words; arg1 holds the
+// block.
+template <typename Word>
+int decode_word_message(Tcl_Interp* interp, const char* channel, const uint8_t* message, uint32_t size) {
+    std::vector<Word> words(size / sizeof(Word));
+    for (size_t i = 0; i < words.size(); ++i)
+        words[i] = sizeof(Word) == 4 ? static_cast<Word>(get_le32(message + 4 * i)) : static_cast<Word>(get_le16(message + 2 * i));
+    std::string block;
+    if constexpr (sizeof(Word) == 4)
+        block = long_block_text(words);
+    else
+        block = word_block_text(words);
+    Tcl_AppendElement(interp, channel);
     Tcl_AppendElement(interp, block.c_str());
     set_arg(interp, 1, block);
     return TCL_OK;
 }
 
+}  // namespace
+
+int decode_ptcmd_wait(SessionContext&, Tcl_Interp* interp, const uint8_t* message, uint32_t size) {
+    return decode_word_message<uint32_t>(interp, "0x2", message, size);
+}
+
 int decode_vm_wait(SessionContext&, Tcl_Interp* interp, const uint8_t* message, uint32_t size) {
-    std::vector<uint16_t> words(size / 2);
-    for (size_t i = 0; i < words.size(); ++i) words[i] = get_le16(message + 2 * i);
-    const std::string block = word_block_text(words);
-    Tcl_AppendElement(interp, "0xd");
-    Tcl_AppendElement(interp, block.c_str());
-    set_arg(interp, 1, block);
-    return TCL_OK;
+    return decode_word_message<uint16_t>(interp, "0xd", message, size);
 }
 
 int decode_acl_wait(SessionContext&, Tcl_Interp* interp, const uint8_t* message, uint32_t size) {

@@ -17,20 +17,20 @@
 #include <vector>
 
 #include "sim/ps_store.h"
+#include "transport/platform/wire_channel.h"
 
 namespace kestrel::sim {
 
-// The chip's channels on the wire.
-enum ChipChannel : uint8_t {
-    kChannelPtcmd = 2,
-    kChannelHq = 3,  // chip-to-host requests, in the PTCMD word form
-    kChannelDm = 4,
-    kChannelL2cap = 5,
-    kChannelRfcomm = 6,
-    kChannelSdp = 7,
-    kChannelDebug = 11,
-    kChannelVm = 13,
-};
+// The chip's channels on the wire. HQ carries chip-to-host requests in the
+// PTCMD word form.
+inline constexpr uint8_t kChannelPtcmd = kWirePtcmd;
+inline constexpr uint8_t kChannelHq = kWireHq;
+inline constexpr uint8_t kChannelDm = kWireDm;
+inline constexpr uint8_t kChannelL2cap = kWireL2cap;
+inline constexpr uint8_t kChannelRfcomm = kWireRfcomm;
+inline constexpr uint8_t kChannelSdp = kWireSdp;
+inline constexpr uint8_t kChannelDebug = kWireDebug;
+inline constexpr uint8_t kChannelVm = kWireVm;
 
 namespace ptcmd {
 

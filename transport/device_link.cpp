@@ -12,6 +12,7 @@
 #include "transport/platform/message_codec.h"
 #include "transport/platform/message_link.h"
 #include "transport/platform/usb_stream.h"
+#include "transport/platform/wire_channel.h"
 
 namespace kestrel {
 namespace {
@@ -19,8 +20,6 @@ namespace {
 constexpr uint32_t kRingCapacity = 32768;
 constexpr uint32_t kRingTimeoutSeconds = 60000;
 constexpr unsigned kReadyTimeoutMs = 10000;
-constexpr uint8_t kChannelHq = 3;  // on the wire; never meets the queue's TCI channel
-constexpr uint8_t kChannelDebug = 11;
 
 struct Family {
     uint32_t channel;
@@ -224,7 +223,7 @@ void DeviceLink::on_message(uint8_t channel, std::vector<uint8_t> message) {
         trace_printf(0x09000020, "VM_PRIM");
         ring_->push(kChannelVm, message);
         return;
-    case kChannelDebug: {
+    case kWireDebug: {
         count(kLinkDebugReceived);
         const std::string text(message.begin(), message.end());
         if (switches_[kInDebug].load())
@@ -234,7 +233,7 @@ void DeviceLink::on_message(uint8_t channel, std::vector<uint8_t> message) {
         trace_printf(0x09000080, "DEBUG");
         return;
     }
-    case kChannelHq: {
+    case kWireHq: {
         count(kLinkHqReceived);
         const std::vector<uint16_t> words = ptcmd_words(message);
         output_write("---------------HQ---------------\n" + hex_dump_words(words, "") +
