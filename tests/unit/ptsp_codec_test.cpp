@@ -405,3 +405,40 @@ TEST_F(PtspLink, SendRefusesControlChannelsAndLongPayloads) {
 
 }  // namespace
 }  // namespace kestrel::ptsp
+
+namespace kestrel::ptsp {
+namespace {
+
+// With an acknowledgement delay, data sent within it carries the ack; only
+// when none is sent does an ack-only frame follow, once the delay is over.
+TEST_F(PtspLink, DelayedAckRidesOnTheNextMessageOrGoesOutAlone) {
+    establish();
+    b.link->set_ack_delay(2);
+    a.link->send(2, {0x01}, now);
+    pass(a, b);
+    EXPECT_TRUE(b.out.empty());  // nothing yet: the ack waits
+    EXPECT_EQ(b.link->next_deadline_ms(), now + 2);
+    now += 1;
+    b.link->send(2, {0x02}, now);
+    ASSERT_EQ(b.out.size(), 1u);  // the answer, carrying the ack
+    EXPECT_EQ(b.wire.back().ack, 1);
+    EXPECT_TRUE(b.wire.back().reliable);
+    now += 2;
+    b.link->tick(now);
+    EXPECT_EQ(b.out.size(), 1u);  // no ack-only after all
+    carry();                      // a acknowledges the answer at once
+
+    a.link->send(2, {0x03}, now);
+    pass(a, b);
+    EXPECT_TRUE(b.out.empty());
+    now += 1;
+    b.link->tick(now);
+    EXPECT_TRUE(b.out.empty());
+    now += 1;
+    b.link->tick(now);  // the delay is over: the ack goes alone
+    ASSERT_EQ(b.out.size(), 1u);
+    EXPECT_EQ(b.wire.back(), packet(0, 2, false, true, 0, {}));
+}
+
+}  // namespace
+}  // namespace kestrel::ptsp

@@ -51,6 +51,10 @@ MessageLink::MessageLink(std::unique_ptr<ByteStream> stream, LinkProtocol protoc
         [engine] { engine->link_up = true; },
         [engine] { engine->peer_reset = true; },
     });
+    // A script answers a chip's message within microseconds when it answers
+    // at all: its next message carries the acknowledgement, which saves the
+    // chip a wake-up for an ack-only frame.
+    if (role_ == LinkRole::host) engine_->ptsp->set_ack_delay(kHostAckDelayMs);
 }
 
 MessageLink::~MessageLink() { stop(); }

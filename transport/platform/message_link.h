@@ -57,6 +57,7 @@ public:
     uint64_t frames_dropped() const { return frames_dropped_.load(); }
 
     static constexpr size_t kPtspMaxMessage = 4095;
+    static constexpr uint32_t kHostAckDelayMs = 2;
 
 private:
     struct Engine;

@@ -169,11 +169,19 @@ void Link::start(uint32_t now_ms) {
 void Link::receive(std::span<const uint8_t> bytes, uint32_t now_ms) {
     now_ = now_ms;
     if (state_ == State::down) return;
+    const bool owed_before = ack_owed_;
     decoder_.feed(bytes, [this](const Packet& packet) { handle(packet); });
-    if (ack_owed_) {
-        Packet ack_only{.channel = kAckChannel, .payload = {}};
-        write_packet(ack_only);
+    if (!ack_owed_) return;
+    if (ack_delay_ms_ == 0) {
+        write_ack_only();
+    } else if (!owed_before) {
+        ack_due_ms_ = now_ + ack_delay_ms_;
     }
+}
+
+void Link::write_ack_only() {
+    Packet ack_only{.channel = kAckChannel, .payload = {}};
+    write_packet(ack_only);
 }
 
 void Link::send(uint8_t channel, std::vector<uint8_t> payload, uint32_t now_ms) {
@@ -186,6 +194,7 @@ void Link::send(uint8_t channel, std::vector<uint8_t> payload, uint32_t now_ms) 
 
 void Link::tick(uint32_t now_ms) {
     now_ = now_ms;
+    if (ack_owed_ && ack_delay_ms_ != 0 && reached(now_, ack_due_ms_)) write_ack_only();
     if (state_ == State::shy || state_ == State::curious) {
         if (reached(now_, next_control_ms_)) enter_establishing(state_);
     } else if (state_ == State::garrulous) {
@@ -201,8 +210,9 @@ void Link::tick(uint32_t now_ms) {
 
 uint32_t Link::next_deadline_ms() const {
     if (state_ == State::shy || state_ == State::curious) return next_control_ms_;
-    if (state_ != State::garrulous || unacked_.empty()) return now_ + kIdleMs;
-    uint32_t earliest = unacked_.front().sent_ms + kRetryMs;
+    const bool ack_timed = ack_owed_ && ack_delay_ms_ != 0;
+    if (state_ != State::garrulous || unacked_.empty()) return ack_timed ? ack_due_ms_ : now_ + kIdleMs;
+    uint32_t earliest = ack_timed ? ack_due_ms_ : unacked_.front().sent_ms + kRetryMs;
     for (const Outgoing& out : unacked_) {
         const uint32_t due = out.sent_ms + kRetryMs;
         if (static_cast<int32_t>(due - earliest) < 0) earliest = due;

@@ -114,6 +114,10 @@ public:
     // window opens once garrulous. Never waits. std::invalid_argument for
     // channels 0, 1 and above 15, std::length_error above kMaxPayload.
     void send(uint8_t channel, std::vector<uint8_t> payload, uint32_t now_ms);
+    // How long an acknowledgement may wait for data to ride on before it
+    // goes out alone (0, the default: at the end of the receive that owes
+    // it). A host whose scripts answer quickly saves a frame each way.
+    void set_ack_delay(uint32_t ms) { ack_delay_ms_ = ms; }
     // Runs the timers that are due.
     void tick(uint32_t now_ms);
     // When tick() is next needed; kIdleMs after the last call when nothing is
@@ -145,6 +149,7 @@ private:
     void enter_establishing(State state);
     void write_control(std::span<const uint8_t> payload);
     void write_packet(Packet& packet);
+    void write_ack_only();
 
     Callbacks callbacks_;
     FrameDecoder decoder_;
@@ -154,6 +159,8 @@ private:
     uint8_t next_seq_ = 0;
     uint8_t expected_seq_ = 0;
     bool ack_owed_ = false;
+    uint32_t ack_delay_ms_ = 0;
+    uint32_t ack_due_ms_ = 0;  // when an owed acknowledgement goes out alone
     std::deque<Outgoing> unacked_;  // in sequence order
     std::deque<Outgoing> waiting_;
     uint64_t retransmissions_ = 0;
