@@ -1,5 +1,6 @@
 #include "transport/platform/message_link.h"
 
+#include <algorithm>
 #include <chrono>
 #include <utility>
 
@@ -109,6 +110,11 @@ void MessageLink::pump() {
         std::unique_lock lock(mutex_, std::try_to_lock);
         if (!lock) return;  // the holder pumps when it lets go
         drain_outbox();
+        // A new message may need a resend before the reader means to wake:
+        // wake it, so that it sleeps until the codec's new deadline.
+        if (protocol_ == LinkProtocol::ptsp && running_ &&
+            static_cast<int32_t>(engine_->ptsp->next_deadline_ms() - reader_wake_ms_.load()) < 0)
+            stream_->interrupt();
         flush_frames(lock);
         std::lock_guard outbox_lock(outbox_mutex_);
         if (outbox_.empty()) return;
@@ -140,16 +146,8 @@ void MessageLink::flush_frames(std::unique_lock<std::mutex>& lock) {
 
 void MessageLink::reader() {
     std::vector<uint8_t> buffer(8192);
+    int timeout = 0;  // the codec's timers are looked at once at the start
     while (running_) {
-        int timeout = 250;
-        if (protocol_ == LinkProtocol::ptsp) {
-            {
-                std::lock_guard lock(mutex_);
-                timeout = static_cast<int>(static_cast<int32_t>(engine_->ptsp->next_deadline_ms() - now_ms()));
-                if (timeout < 0) timeout = 0;
-            }
-            pump();  // a send that found the lock taken just now
-        }
         long got = stream_->read(buffer, timeout);
         if (got < 0) break;  // end of stream or closed
         std::span<const uint8_t> bytes(buffer.data(), static_cast<size_t>(got));
@@ -163,6 +161,9 @@ void MessageLink::reader() {
                 drain_outbox();
                 if (got > 0) e.ptsp->receive(bytes, now_ms());  // delivers as it goes
                 e.ptsp->tick(now_ms());
+                // Sleep until the codec's next timer, or until bytes arrive.
+                timeout = std::max(0, static_cast<int>(static_cast<int32_t>(e.ptsp->next_deadline_ms() - now_ms())));
+                reader_wake_ms_ = now_ms() + static_cast<uint32_t>(timeout);
                 retransmissions_ = e.ptsp->retransmissions();
                 frames_dropped_ = e.ptsp->frames_dropped();
             } else {
@@ -178,6 +179,7 @@ void MessageLink::reader() {
                     },
                     [&](uint8_t byte) { e.bad_types.push_back(byte); });
                 frames_dropped_ = e.reassembler.dropped();
+                timeout = 250;
             }
             messages.swap(e.messages);
             bad_types.swap(e.bad_types);

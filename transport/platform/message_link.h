@@ -83,6 +83,7 @@ private:
     std::atomic<bool> running_{false};
     std::atomic<uint64_t> retransmissions_{0};
     std::atomic<uint64_t> frames_dropped_{0};
+    std::atomic<uint32_t> reader_wake_ms_{0};  // when the reader's read times out
     std::thread reader_;
 };
 

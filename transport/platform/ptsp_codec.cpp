@@ -1,6 +1,7 @@
 #include "transport/platform/ptsp_codec.h"
 
 #include <algorithm>
+#include <array>
 #include <optional>
 #include <stdexcept>
 
@@ -64,12 +65,21 @@ bool is(const Packet& packet, const LinkMessage& message) {
 
 }  // namespace
 
+// The register's step for each byte value, least significant bit first
+// (0x8408 is 0x1021 reversed), so that a frame costs one lookup a byte.
+constexpr std::array<uint16_t, 256> kCrcTable = [] {
+    std::array<uint16_t, 256> table{};
+    for (unsigned value = 0; value < 256; ++value) {
+        uint16_t crc = static_cast<uint16_t>(value);
+        for (int bit = 0; bit < 8; ++bit) crc = (crc & 1) ? (crc >> 1) ^ 0x8408 : crc >> 1;
+        table[value] = crc;
+    }
+    return table;
+}();
+
 uint16_t crc_register(std::span<const uint8_t> bytes) {
     uint16_t crc = 0xFFFF;
-    for (uint8_t byte : bytes) {
-        crc ^= byte;
-        for (int bit = 0; bit < 8; ++bit) crc = (crc & 1) ? (crc >> 1) ^ 0x8408 : crc >> 1;
-    }
+    for (uint8_t byte : bytes) crc = static_cast<uint16_t>(crc >> 8 ^ kCrcTable[(crc ^ byte) & 0xFF]);
     return crc;
 }
 
