@@ -1,4 +1,5 @@
 #include "sim/chip_server.h"
+#include "transport/platform/file_descriptor.h"
 
 #include <arpa/inet.h>
 #include <fcntl.h>
@@ -26,39 +27,13 @@ constexpr int kHangupPollMs = 50;
 
 std::string errno_text() { return std::strerror(errno); }
 
-// A descriptor that closes itself.
-class Fd {
-public:
-    explicit Fd(int fd = -1) : fd_(fd) {}
-    Fd(Fd&& other) noexcept : fd_(other.release()) {}
-    Fd& operator=(Fd&& other) noexcept {
-        if (this != &other) {
-            reset();
-            fd_ = other.release();
-        }
-        return *this;
-    }
-    ~Fd() { reset(); }
-    int get() const { return fd_; }
-    int release() { return std::exchange(fd_, -1); }
-    void reset() {
-        if (fd_ >= 0) ::close(fd_);
-        fd_ = -1;
-    }
-    explicit operator bool() const { return fd_ >= 0; }
-
-private:
-    int fd_;
-};
+using Fd = UniqueFd;
 
 // Wakes a server's thread when the server goes.
 class StopSignal {
 public:
-    StopSignal() : fd_(::eventfd(0, EFD_CLOEXEC | EFD_NONBLOCK)) {}
-    void raise() {
-        const uint64_t one = 1;
-        [[maybe_unused]] ssize_t n = ::write(fd_.get(), &one, sizeof one);
-    }
+    StopSignal() : fd_(make_event()) {}
+    void raise() { signal_event(fd_); }
     int fd() const { return fd_.get(); }
 
 private:

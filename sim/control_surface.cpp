@@ -82,26 +82,27 @@ ControlResult debug(SimulatedChip& chip, Words args) {
     return ok("");
 }
 
-ControlResult rate(SimulatedChip& chip, Words args) {
+// A one-number line setting: reported, or set and then reported, in the
+// same words. bad_value names the setting in the error ("bad baud rate").
+ControlResult line_setting(SimulatedChip& chip, Words args, const char* word, unsigned LinkConditions::*setting,
+                           uint64_t limit, const std::string& bad_value, const std::string& range) {
     LinkConditions c = chip.conditions();
     if (!args.empty()) {
-        const auto baud = parse_number(args[0], 100'000'000);
-        if (!baud) return fail("Error, bad baud rate '" + args[0] + "'\n");
-        c.baud = static_cast<unsigned>(*baud);
+        const auto value = parse_number(args[0], limit);
+        if (!value) return fail("Error, " + bad_value + " '" + args[0] + "'" + range + "\n");
+        c.*setting = static_cast<unsigned>(*value);
         chip.set_conditions(c);
     }
-    return ok("rate " + std::to_string(c.baud) + "\n");
+    return ok(std::string(word) + " " + std::to_string(c.*setting) + "\n");
+}
+
+ControlResult rate(SimulatedChip& chip, Words args) {
+    return line_setting(chip, args, "rate", &LinkConditions::baud, 100'000'000, "bad baud rate", "");
 }
 
 ControlResult latency(SimulatedChip& chip, Words args) {
-    LinkConditions c = chip.conditions();
-    if (!args.empty()) {
-        const auto ms = parse_number(args[0], 60'000);
-        if (!ms) return fail("Error, bad latency '" + args[0] + "' (0 to 60000 ms)\n");
-        c.latency_ms = static_cast<unsigned>(*ms);
-        chip.set_conditions(c);
-    }
-    return ok("latency " + std::to_string(c.latency_ms) + "\n");
+    return line_setting(chip, args, "latency", &LinkConditions::latency_ms, 60'000, "bad latency",
+                        " (0 to 60000 ms)");
 }
 
 ControlResult faults(SimulatedChip& chip, Words args) {

@@ -1,4 +1,5 @@
 #include "transport/platform/byte_stream.h"
+#include "transport/platform/file_descriptor.h"
 
 // Serial lines are configured through the kernel's termios2 interface only;
 // <termios.h> is deliberately absent because its struct termios clashes with it.
@@ -37,25 +38,7 @@ std::string errno_text(int err = errno) {
     return strerror_r(err, buffer, sizeof buffer);  // GNU variant: thread-safe, returns the text
 }
 
-class Fd {
-public:
-    explicit Fd(int fd = -1) : fd_(fd) {}
-    Fd(Fd&& other) noexcept : fd_(std::exchange(other.fd_, -1)) {}
-    Fd& operator=(Fd&& other) noexcept {
-        if (this != &other) reset(std::exchange(other.fd_, -1));
-        return *this;
-    }
-    ~Fd() { reset(); }
-    void reset(int fd = -1) {
-        if (fd_ >= 0) ::close(fd_);
-        fd_ = fd;
-    }
-    int get() const { return fd_; }
-    explicit operator bool() const { return fd_ >= 0; }
-
-private:
-    int fd_;
-};
+using Fd = UniqueFd;
 
 struct RateCode {
     unsigned baud;
@@ -160,15 +143,6 @@ Fd connect_tcp(const std::string& host, const std::string& port, std::string& er
     return Fd();
 }
 
-void signal_event(const Fd& event) {
-    const uint64_t one = 1;
-    [[maybe_unused]] ssize_t n = ::write(event.get(), &one, sizeof one);
-}
-
-void drain_event(const Fd& event) {
-    uint64_t count;
-    [[maybe_unused]] ssize_t n = ::read(event.get(), &count, sizeof count);
-}
 
 // Every stream is a descriptor; they differ only in how open() obtains it.
 // The reader and the writer each hold their own mutex while using the
@@ -269,8 +243,8 @@ private:
     }
 
     const Connector connector_;
-    const Fd interrupt_event_{::eventfd(0, EFD_CLOEXEC | EFD_NONBLOCK)};  // consumed by read
-    const Fd closing_event_{::eventfd(0, EFD_CLOEXEC | EFD_NONBLOCK)};    // sticky until open
+    const Fd interrupt_event_{make_event()};  // consumed by read
+    const Fd closing_event_{make_event()};    // sticky until open
     std::mutex read_mutex_;
     std::mutex write_mutex_;
     Fd fd_;

@@ -18,6 +18,7 @@
 #include <stdexcept>
 #include <utility>
 
+#include "transport/platform/file_descriptor.h"
 #include "transport/platform/h4_codec.h"
 
 namespace kestrel {
@@ -384,31 +385,7 @@ struct SockaddrHci {
     unsigned short hci_channel;
 };
 
-class UniqueFd {
-public:
-    explicit UniqueFd(int fd = -1) : fd_(fd) {}
-    UniqueFd(const UniqueFd&) = delete;
-    UniqueFd& operator=(const UniqueFd&) = delete;
-    ~UniqueFd() { reset(); }
-    void reset(int fd = -1) {
-        if (fd_ >= 0) ::close(fd_);
-        fd_ = fd;
-    }
-    int get() const { return fd_; }
 
-private:
-    int fd_;
-};
-
-void signal_event(const UniqueFd& event) {
-    const uint64_t one = 1;
-    [[maybe_unused]] ssize_t n = ::write(event.get(), &one, sizeof one);
-}
-
-void drain_event(const UniqueFd& event) {
-    uint64_t count;
-    [[maybe_unused]] ssize_t n = ::read(event.get(), &count, sizeof count);
-}
 
 // The socket keeps packet boundaries and already puts the H4 type byte first.
 class UserChannelStream final : public PacketStream {
@@ -478,8 +455,8 @@ protected:
 private:
     const unsigned number_;
     UniqueFd socket_;
-    const UniqueFd interrupt_event_{::eventfd(0, EFD_CLOEXEC | EFD_NONBLOCK)};  // consumed by read
-    const UniqueFd closing_event_{::eventfd(0, EFD_CLOEXEC | EFD_NONBLOCK)};    // sticky until open
+    const UniqueFd interrupt_event_{make_event()};  // consumed by read
+    const UniqueFd closing_event_{make_event()};    // sticky until open
     std::vector<uint8_t> frame_ = std::vector<uint8_t>(kMaxHciFrame);
 };
 
