@@ -19,13 +19,10 @@ constexpr uint32_t kLapBytes = 3;
 struct BlockCopy {
     uint16_t pointer_offset;
     uint16_t length_offset;  // where the block's byte count stands
-    bool length_is_u8 = false;
 };
 
-// Where the name parts' pointers stand; the rest of these rows' blocks are
-// counted entries or simple blocks.
+// How a row's blocks travel.
 enum class Rule {
-    none,
     simple,        // up to two blocks, each by its length field
     name_parts,    // 8 pointers at offset, parts of a NUL-terminated name
     laps,          // count(5) pointers at 8, 3 bytes each
@@ -101,7 +98,6 @@ uint32_t trailing_size(uint32_t channel, const AttachedPrimitive& p) {
     const TrailingRule* rule = find_rule(channel, p);
     if (!rule) return 0;
     switch (rule->rule) {
-    case Rule::none:
     case Rule::pointer_only: return 0;
     case Rule::simple: {
         uint32_t total = 0;
@@ -148,7 +144,6 @@ void copy_trailing_data(uint32_t channel, const AttachedPrimitive& p, uint8_t* r
     };
 
     switch (rule->rule) {
-    case Rule::none: return;
     case Rule::pointer_only: set_pointer(record, size, rule->blocks[0].pointer_offset, 0); return;
     case Rule::simple:
         for (int i = 0; i < rule->block_count; ++i) {
