@@ -12,12 +12,44 @@ namespace kestrel {
 
 enum class FieldWidth : uint8_t { u8, u16, u32, ptr };
 
+// What a field holds when it is not one number: how a builder encodes the
+// script's argument into it, or how a decoder shows it. Each value names one
+// codec; no value belongs to a single primitive's code path.
+enum class FieldFormat : uint8_t {
+    number,  // one value of the field's width
+
+    // Sending: the argument is resolved as for a number, then handed to the
+    // named encoder instead of the number conversion.
+    block,         // byte array: a block for the pointer field, its count at length_offset
+    link_key,      // 16 bytes inline; another size is reported, not counted
+    request_key,   // key bytes inline, copied one by one with their own trace
+    pin,           // 16 bytes inline, the array's length into length_offset
+    local_name,    // a name cut into the 8 pointer slots, length into the HCI header
+    event_mask,    // two elements, each a 32-bit word
+    iac_laps,      // a Tcl list of LAPs, u32 each; the count at length_offset
+    ether_addr,    // three 16-bit words
+    ip_addr,       // eight 16-bit words
+    word_args,     // exactly count 16-bit words inline
+    event_filter,  // the condition record chosen by filter and condition type
+    lp_settings,   // the park or sniff settings chosen by dm_policy
+    link_key_list, // a Tcl list of {lap uap nap {16 bytes}}, one 24-byte block per pointer slot
+
+    // Receiving: the decoders' formats follow here.
+};
+
 struct FieldDef {
     std::string_view name;  // as scripts name it: "bd_addr.lap"
     uint16_t offset;
     FieldWidth width;
     uint8_t count = 1;  // elements of an inline array (ptr[8], u8[16], ...)
+    FieldFormat format = FieldFormat::number;
+    uint16_t length_offset = 0;  // where a block's or array's count stands, when the format has one
 };
+
+// The stack's families as the builders, send paths and traces tell them
+// apart. dm_hci rows are the HCI command primitives: their parameter length
+// byte follows the type, unless the row's first field stands at offset 2.
+enum class PrimitiveFamily : uint8_t { none, dm_hci, dm, l2ca, bnep, tcp, rfc, sdc, sds, tci };
 
 struct PrimitiveDef {
     std::string_view name;
@@ -25,6 +57,7 @@ struct PrimitiveDef {
     uint32_t channel;
     uint16_t size;
     std::span<const FieldDef> fields;
+    PrimitiveFamily family = PrimitiveFamily::none;
 };
 
 // The offsets of a primitive's pointer fields, in layout order; an array of
