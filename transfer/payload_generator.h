@@ -8,6 +8,7 @@
 #include <optional>
 #include <string>
 #include <string_view>
+#include <vector>
 
 namespace kestrel {
 
@@ -18,8 +19,16 @@ enum class PayloadMode : uint32_t {
     tcl = 4,
 };
 
+inline constexpr uint32_t kPayloadUseMode = 1;
+inline constexpr uint32_t kPayloadUseCounter = 2;
+inline constexpr uint32_t kPayloadReceive = 0x80000000u;
+
 class PayloadGenerator {
 public:
+    // A payload of length bytes, or nothing for length 0 or a failure.
+    std::optional<std::vector<uint8_t>> generate(uint32_t length, uint32_t mode = 0, uint32_t* counter = nullptr,
+                                                 uint32_t flags = 0);
+
     // +agpmode: enabled, both sequences back at their start.
     void enable();
     // -agpmode: every check passes until enabled again.
