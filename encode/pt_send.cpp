@@ -6,6 +6,7 @@
 #include "decode/hex_dump.h"
 #include "encode/array_conversion.h"
 #include "encode/number_conversion.h"
+#include "encode/primitive_commands.h"
 #include "shell/session_context.h"
 #include "shell/trace_printer.h"
 #include "transport/channel.h"
@@ -57,18 +58,6 @@ int send_vm(SessionContext& session, Tcl_Interp* interp, int count, const char* 
     return TCL_OK;
 }
 
-// The stack families: the builder of the type, from the table of the
-// channel's families. Those tables arrive family by family; a type that no
-// table holds is reported as unrecognised.
-int send_stack(uint32_t channel) {
-    static constexpr const char* kUnrecognised[] = {"Error, unrecognised DM primitive\n",
-                                                    "Error, unrecognised L2CA primitive\n",
-                                                    "Error, unrecognised RFC primitive\n",
-                                                    "Error, unrecognised SDC primitive\n"};
-    trace_printf(kTraceError, "%s", kUnrecognised[channel - kChannelDm]);
-    return TCL_ERROR;
-}
-
 }  // namespace
 
 int pt_send_command(ClientData client_data, Tcl_Interp* interp, int argc, const char* argv[]) {
@@ -85,7 +74,7 @@ int pt_send_command(ClientData client_data, Tcl_Interp* interp, int argc, const 
     case kChannelDm:
     case kChannelL2cap:
     case kChannelRfcomm:
-    case kChannelSdp: return send_stack(static_cast<uint32_t>(channel));
+    case kChannelSdp: return send_stack_primitive(session, interp, static_cast<uint32_t>(channel), argc, argv);
     default: session.append_message("ERROR - Unexpected primitive channel given\n"); return TCL_ERROR;
     }
 }

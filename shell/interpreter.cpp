@@ -2,6 +2,7 @@
 
 #include <unistd.h>
 
+#include "encode/primitive_commands.h"
 #include "encode/vocabulary.h"
 #include "shell/builtin_commands.h"
 #include "shell/console_channel.h"
@@ -46,6 +47,7 @@ bool start_interpreter(SessionContext& session, const char* program_path) {
     if (Tcl_Init(interp) == TCL_ERROR) output_printf("Failed to init tcl because: %s\n", Tcl_GetStringResult(interp));
 
     register_builtin_commands(interp, session);
+    register_primitive_commands(interp, session);
     set_default_variables(interp);
     set_vocabulary_variables(interp);
 
@@ -56,6 +58,7 @@ bool start_interpreter(SessionContext& session, const char* program_path) {
     session.debug_switches = initial_debug_switches();
 
     add_builtin_manual(interp);
+    add_sent_primitive_manual(interp);
     scan_script_index(interp);
     return true;
 }

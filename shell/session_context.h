@@ -5,6 +5,7 @@
 #include <tcl.h>
 
 #include <cstdint>
+#include <deque>
 #include <memory>
 #include <string>
 
@@ -12,8 +13,17 @@
 #include "shell/session_statistics.h"
 #include "transfer/payload_generator.h"
 #include "transport/device_link.h"
+#include "transport/primitive_table.h"
 
 namespace kestrel {
+
+class SessionContext;
+
+// The client data of a command made from a table row: its session and row.
+struct CommandBinding {
+    SessionContext* session;
+    const PrimitiveDef* row;
+};
 
 class SessionContext {
 public:
@@ -44,6 +54,9 @@ public:
     PayloadGenerator payload_generator;
     bool payload_mode = false;  // PT_option +agpmode / -agpmode
     SessionTotals totals{};
+    // One per table-made command; a deque, so that the addresses given to
+    // Tcl stay put.
+    std::deque<CommandBinding> command_bindings;
 
     // Read-eval state: new_command is true when no partial command is held;
     // partial accumulates the lines of an incomplete command.

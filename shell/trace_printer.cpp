@@ -27,7 +27,20 @@ std::string format_text(const char* format, va_list args) {
 
 }  // namespace
 
+bool trace_enabled(uint32_t mask) {
+    return run_flag(kRunDebugger) && (mask & g_trace_mask.load(std::memory_order_relaxed)) != 0;
+}
+
 void trace_printf(uint32_t mask, const char* format, ...) {
+    if (!trace_enabled(mask)) return;
+    va_list args;
+    va_start(args, format);
+    std::string text = format_text(format, args);
+    va_end(args);
+    trace_text(mask, std::strlen(format), text);
+}
+
+void trace_text(uint32_t mask, size_t format_size, std::string_view text) {
     uint32_t m = mask & g_trace_mask.load(std::memory_order_relaxed);
     if (!run_flag(kRunDebugger) || m == 0) return;
 
@@ -36,7 +49,7 @@ void trace_printf(uint32_t mask, const char* format, ...) {
     std::string out;
     bool header_open = false;
     int pad = 0;
-    const int format_length = static_cast<int>(std::strlen(format));
+    const int format_length = static_cast<int>(format_size);
 
     if ((m & kTraceIncoming) && (m & kTraceHeader)) {
         out += "\n===[";
@@ -67,10 +80,7 @@ void trace_printf(uint32_t mask, const char* format, ...) {
         if (m & kTracePrefix) out += "-> ";
     }
 
-    va_list args;
-    va_start(args, format);
-    out += format_text(format, args);
-    va_end(args);
+    out += text;
 
     if (header_open) {
         if (m & kTraceHeader) {

@@ -3,7 +3,9 @@
 #pragma once
 
 #include <atomic>
+#include <cstddef>
 #include <cstdint>
+#include <string_view>
 
 namespace kestrel {
 
@@ -37,5 +39,14 @@ inline std::atomic<uint32_t> g_trace_mask{kTraceMaskInitial};
 // global mask. The header padding is computed from the length of the format
 // string, not of the formatted text.
 void trace_printf(uint32_t mask, const char* format, ...) __attribute__((format(printf, 2, 3)));
+
+// The same for text formatted already; a header is padded as if format_length
+// were the length of its format.
+void trace_text(uint32_t mask, size_t format_length, std::string_view text);
+inline void trace_text(uint32_t mask, std::string_view text) { trace_text(mask, text.size(), text); }
+
+// Whether a trace of this mask would print at all, so that callers can skip
+// building its text.
+bool trace_enabled(uint32_t mask);
 
 }  // namespace kestrel

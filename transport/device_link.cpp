@@ -173,6 +173,20 @@ void DeviceLink::send_stack_message(uint32_t channel, LinkCounter counter, std::
     link_->send(static_cast<uint8_t>(channel), message);
 }
 
+void DeviceLink::send_primitive(const PrimitiveDef& row, AttachedPrimitive primitive) {
+    LinkCounter counter = kLinkDmIssued;
+    switch (row.family) {
+    case PrimitiveFamily::l2ca: counter = kLinkL2capIssued; break;
+    case PrimitiveFamily::bnep: counter = kLinkBnepIssued; break;
+    case PrimitiveFamily::tcp: counter = kLinkTcpIssued; break;
+    case PrimitiveFamily::sdc:
+    case PrimitiveFamily::sds: counter = kLinkSdpIssued; break;
+    case PrimitiveFamily::rfc: send_rfcomm(std::move(primitive), row.size); return;
+    default: break;
+    }
+    send_stack_message(row.channel, counter, encode_stack_message(primitive));
+}
+
 void DeviceLink::send_rfcomm(AttachedPrimitive primitive, uint32_t size) {
     count(kLinkRfcommIssued);
     if (!link_) return;

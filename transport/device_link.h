@@ -15,6 +15,7 @@
 #include "shell/debug_switches.h"
 #include "transport/attached_primitive.h"
 #include "transport/primitive_ring.h"
+#include "transport/primitive_table.h"
 
 namespace kestrel {
 
@@ -52,6 +53,9 @@ public:
 
     // Send paths, on the interpreter thread. Ownership passes to the link.
     void send_stack_message(uint32_t channel, LinkCounter counter, std::vector<uint8_t> message);
+    // A built stack primitive of the row's family: counted, then sent (RFCOMM
+    // data through the flow control).
+    void send_primitive(const PrimitiveDef& row, AttachedPrimitive primitive);
     void send_rfcomm(AttachedPrimitive primitive, uint32_t size);
     void send_ptcmd(std::span<const uint32_t> array);
     void send_vm(std::vector<uint8_t> message);
