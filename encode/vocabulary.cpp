@@ -1,6 +1,10 @@
 #include "encode/vocabulary.h"
 
 #include <cstdio>
+#include <string>
+
+#include "decode/received_primitives.h"
+#include "encode/sent_primitives.h"
 
 namespace kestrel {
 namespace {
@@ -127,10 +131,19 @@ std::span<const VocabularyRow> vocabulary_rows() { return kRows; }
 
 void set_vocabulary_variables(Tcl_Interp* interp) {
     char text[16];
-    for (const VocabularyRow& row : kRows) {
-        std::snprintf(text, sizeof text, "0x%lx", static_cast<unsigned long>(row.value));
-        Tcl_SetVar(interp, row.name, text, 0);
-    }
+    auto set = [&](const char* name, uint32_t value) {
+        std::snprintf(text, sizeof text, "0x%lx", static_cast<unsigned long>(value));
+        Tcl_SetVar(interp, name, text, 0);
+    };
+    for (const VocabularyRow& row : kRows) set(row.name, row.value);
+    // Every stack primitive's type under its name: those Kestrel sends, then
+    // those it receives.
+    std::string name;
+    for (auto table : {sent_primitives(), received_primitives()})
+        for (const PrimitiveDef& row : table) {
+            name = row.name;
+            set(name.c_str(), row.type);
+        }
 }
 
 }  // namespace kestrel

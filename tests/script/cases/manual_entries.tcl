@@ -1,4 +1,4 @@
-puts [lsort [array names manual]]
+puts [lsort [lmap name [array names manual] {if {[lindex $manual($name) 1] ne "0x44000000"} continue; set name}]]
 set entry $manual(PT_option)
 puts [llength $entry]
 puts [lindex $entry 0]

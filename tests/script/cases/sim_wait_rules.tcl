@@ -45,7 +45,7 @@ show PT_option rfc_maxprimcount many
 show PT_option -rfc_flow_control
 show PT_option +rfc_flow_control
 show PT_send 3 1
-show PT_send 4 0x0c03
+show PT_send 4 0x7777
 show PT_send 2
 show PT_send 13
 PT_disconnect
