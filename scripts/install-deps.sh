@@ -9,6 +9,8 @@ packages=(
     libgtest-dev              # unit tests
     libusb-1.0-0-dev          # chips on USB
     expect socat              # terminal tests; pseudo-terminal pairs
+    libx11-dev libxtst-dev    # mouse reports through the X Test extension
+    xvfb xdotool              # the mouse test: a private X server, and reading the pointer back
 )
 
 missing=()

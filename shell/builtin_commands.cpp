@@ -3,7 +3,9 @@
 #include <iterator>
 
 #include "encode/pt_send.h"
+#include "shell/console_keys.h"
 #include "shell/manual.h"
+#include "shell/mouse_report.h"
 #include "shell/pt_option.h"
 #include "sim/sim_command.h"
 #include "transport/connection_commands.h"
@@ -34,6 +36,12 @@ const BuiltinCommand kBuiltinCommands[] = {
      "Internal command. Sends data to the specified channel.", "None"},
     {"PT_flush", pt_flush_command, "None", "None",
      "Internal command. Flushes Kestrel of all incoming primitives received.", "None"},
+    {"OS_send_mouse_report", os_send_mouse_report_command, "button_byte delta_x delta_y delta_wheel", "None",
+     "Internal command. Sends mouse input report to OS.", "None"},
+    {"OS_kbhit", os_kbhit_command, "None", "None",
+     "Internal command. Checks if a key is pressed and flush it from the\n"
+     "buffer. Returns 1 if a key has been pressed, else 0.",
+     "None"},
     {"PT_send_raw", pt_send_raw_command, "data (e.g. 1 2 3 4 5 6)", "None",
      "Internal command. Sends a packet over the raw transport.", "None"},
     // Kestrel's own: the control surface of the simulated chip.

@@ -42,6 +42,11 @@ void SessionContext::accumulate_statistics() {
     totals[kHqReceived] += device_link->counter(kLinkHqReceived);
 }
 
+void SessionContext::print_statistics() {
+    accumulate_statistics();
+    print_session_statistics(totals);
+}
+
 PrimitiveRing* SessionContext::receive_queue() { return device_link ? device_link->ring() : nullptr; }
 
 void SessionContext::discard_partial_command() {

@@ -42,6 +42,11 @@ public:
     // Adds the connected link's counts into the session totals.
     void accumulate_statistics();
 
+    // Adds what a still connected link counted, then prints the totals.
+    // Shut-down clears the connection bit first, so a link still up at the
+    // end adds nothing.
+    void print_statistics();
+
     // The device link's queue, or null (no chip, or the raw mode).
     PrimitiveRing* receive_queue();
 

@@ -64,7 +64,7 @@ void shut_down(std::unique_ptr<SessionContext>& session) {
     // A link still connected at the end is left to the process exit: its
     // counts are not added and it is not disconnected.
     clear_connected(kChipConnected);
-    if (session) print_session_statistics(session->totals);
+    if (session) session->print_statistics();
     print_time_line("end");
     output_write("\n");
     log_close();
