@@ -11,6 +11,7 @@ packages=(
     expect socat              # terminal tests; pseudo-terminal pairs
     libx11-dev libxtst-dev    # mouse reports through the X Test extension
     xvfb xdotool              # the mouse test: a private X server, and reading the pointer back
+    clang libclang-rt-14-dev  # libFuzzer for tests/fuzz/run_fuzzers.sh
 )
 
 missing=()
