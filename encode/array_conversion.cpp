@@ -2,6 +2,7 @@
 
 #include <cctype>
 #include <cstring>
+#include <map>
 #include <string>
 
 #include "encode/number_conversion.h"
@@ -103,17 +104,25 @@ private:
             output_write("Internal Error - bad array conversion, check your array syntax\n");
             return false;
         }
-        std::vector<T> inner;
-        bool ok = convert(value, inner);
+        // Variables do not change while a text is converted, so each one is
+        // converted once: a chain of variables that each name the next twice
+        // would otherwise take time exponential in its length.
+        auto cached = converted_.find(name);
+        if (cached == converted_.end()) {
+            std::vector<T> inner;
+            const bool ok = convert(value, inner);
+            cached = converted_.emplace(name, std::make_pair(std::move(inner), ok)).first;
+        }
         --depth_;
-        for (T element : inner)
+        for (T element : cached->second.first)
             if (out.size() + 1 < kArrayLimit) out.push_back(element);
-        return ok;
+        return cached->second.second;
     }
 
     Tcl_Interp* interp_;
     int depth_ = 0;
     bool overflowed_ = false;
+    std::map<std::string, std::pair<std::vector<T>, bool>> converted_;
 };
 
 template <typename T>

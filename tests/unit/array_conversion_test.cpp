@@ -107,5 +107,20 @@ TEST_F(ArrayConversion, WordsAndLongs) {
     EXPECT_EQ(convert_long_array(interp, "{10 2} 0x123456789"), (std::vector<uint32_t>{10, 2, 0x23456789}));
 }
 
+// Each variable of the chain names the one before it twice: 2^40 elements
+// if expanded naively. Each variable is converted once, so this is quick,
+// and the result is as long as variables may make it.
+TEST_F(ArrayConversion, ChainsOfVariablesConvertEachVariableOnce) {
+    Tcl_SetVar(interp, "v0", "7", TCL_GLOBAL_ONLY);
+    for (int i = 1; i <= 40; ++i) {
+        const std::string value = "$v" + std::to_string(i - 1) + " $v" + std::to_string(i - 1);
+        Tcl_SetVar(interp, ("v" + std::to_string(i)).c_str(), value.c_str(), TCL_GLOBAL_ONLY);
+    }
+    const auto bytes = convert_byte_array(interp, "$v40");
+    EXPECT_EQ(bytes.size(), kArrayLimit - 1);
+    EXPECT_EQ(bytes.front(), 7);
+    EXPECT_EQ(bytes.back(), 7);
+}
+
 }  // namespace
 }  // namespace kestrel
