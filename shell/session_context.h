@@ -14,6 +14,7 @@
 #include "transfer/payload_generator.h"
 #include "transport/device_link.h"
 #include "transport/primitive_table.h"
+#include "transport/tci_link.h"
 
 namespace kestrel {
 
@@ -42,7 +43,8 @@ public:
     // Adds the connected link's counts into the session totals.
     void accumulate_statistics();
 
-    // The device link's queue, or null (no chip, or the raw mode).
+    // The device link's queue when a chip is connected, else the TCI link's;
+    // null when neither holds one (no link, or the raw mode).
     PrimitiveRing* receive_queue();
 
     DebugSwitches debug_switches{};
@@ -51,6 +53,9 @@ public:
     uint32_t wait_timeout_switch = 0;  // PT_option +timeout / -timeout
     Tcl_Interp* interp = nullptr;
     std::unique_ptr<DeviceLink> device_link;  // null while no chip is connected
+    // The last TCI link made; it stays stored when its device never became
+    // ready (connection bit 0x10 then stays clear).
+    std::unique_ptr<TciLink> tci_link;
     PayloadGenerator payload_generator;
     bool payload_mode = false;  // PT_option +agpmode / -agpmode
     SessionTotals totals{};
