@@ -9,6 +9,7 @@ packages=(
     libgtest-dev              # unit tests
     libusb-1.0-0-dev          # chips on USB
     expect socat              # terminal tests; pseudo-terminal pairs
+    bluez-test-tools          # btvirt: a real HCI controller for the TCI tests
 )
 
 missing=()
