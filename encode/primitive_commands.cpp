@@ -42,7 +42,7 @@ void register_primitive_commands(Tcl_Interp* interp, SessionContext& session) {
 
 void add_sent_primitive_manual(Tcl_Interp* interp) {
     add_primitive_manual_rows(interp, sent_primitives(), PrimitiveRole::issued);
-    add_primitive_manual_rows(interp, tci_sent_primitives(), PrimitiveRole::issued);
+    add_primitive_manual_rows(interp, tci_sent_commands(), PrimitiveRole::issued);
 }
 
 void add_tci_received_manual(Tcl_Interp* interp) {

@@ -112,7 +112,8 @@ constexpr PrimitiveDef kTciSentPrimitives[] = {
     {"TCI_L2CA_CONNECT_RSP_COMPLETE", 0xF811, kChannelTci, 7, k_TCI_L2CA_CONNECT_RSP_COMPLETE, P::tci},
     {"TCI_L2CA_CONFIG_RSP_COMPLETE", 0xF813, kChannelTci, 7, k_TCI_L2CA_CONFIG_RSP_COMPLETE, P::tci},
 };
-static_assert(std::size(kTciSentPrimitives) == 47);
+constexpr size_t kTciCommandCount = 22;
+static_assert(std::size(kTciSentPrimitives) == kTciCommandCount + 25);
 
 // The ACL record: handle, length and a reference to the data bytes.
 constexpr FieldDef kAclFields[] = {{"handle", 0, W::u16}, {"length", 2, W::u16}, {"data", 4, W::ptr, 1, F::block}};
@@ -132,6 +133,8 @@ static_assert(fields_inside());
 }  // namespace
 
 std::span<const PrimitiveDef> tci_sent_primitives() { return kTciSentPrimitives; }
+
+std::span<const PrimitiveDef> tci_sent_commands() { return std::span(kTciSentPrimitives).first(kTciCommandCount); }
 
 const PrimitiveDef& tci_acl_record() { return kAclRecord; }
 

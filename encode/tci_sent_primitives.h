@@ -9,6 +9,9 @@
 namespace kestrel {
 
 std::span<const PrimitiveDef> tci_sent_primitives();
+// The commands alone (the rows before the events): the issuing manual rows.
+// The events' manual rows are those of their receivable namesakes.
+std::span<const PrimitiveDef> tci_sent_commands();
 const PrimitiveDef& tci_acl_record();
 
 // An event row (sent with its event code) rather than a command row.
