@@ -6,8 +6,10 @@
 #include "encode/number_conversion.h"
 #include "encode/primitive_build.h"
 #include "encode/special_fields.h"
+#include "encode/tci_sent_primitives.h"
 #include "shell/session_context.h"
 #include "shell/trace_printer.h"
+#include "transport/channel.h"
 #include "transport/connection_state.h"
 
 namespace kestrel {
@@ -55,20 +57,47 @@ int attach_generated_payload(PrimitiveBuild& build, const FieldDef& field) {
     return TCL_OK;
 }
 
+// The TCI send path of the row: ACL data, an event with its code, or a
+// command with its op code.
+int send_tci_primitive(SessionContext& session, Tcl_Interp* interp, const PrimitiveDef& row,
+                       const AttachedPrimitive& primitive) {
+    TciLink* link = connected(kTciConnected) ? session.tci_link.get() : nullptr;
+    if (!link) {
+        // Only TCI_sendacl gets here without a device: it has no check of
+        // its own, and there is nowhere to send.
+        return check_tci_connected(interp) ? TCL_OK : TCL_ERROR;
+    }
+    if (row.channel == kChannelAcl)
+        link->send_acl(primitive);
+    else if (is_tci_event(row))
+        link->send_event(row.type, primitive);
+    else
+        link->send_command(row.type, primitive);
+    return TCL_OK;
+}
+
 }  // namespace
 
 int build_and_send(SessionContext& session, Tcl_Interp* interp, const PrimitiveDef& row, int count,
                    const char* const* args, BuilderEntry entry) {
-    if (entry == BuilderEntry::command && !check_chip_connected(interp)) return TCL_ERROR;
+    // TCI rows: packed, their envelope filled by the TCI send path, '?' for
+    // any field, the field line only for a field that was converted. The
+    // ACL record of TCI_sendacl makes no connection check of its own.
+    const bool tci = row.family == PrimitiveFamily::tci;
+    const bool tci_acl = tci && row.channel == kChannelAcl;
+    if (entry == BuilderEntry::command) {
+        if (tci ? !tci_acl && !check_tci_connected(interp) : !check_chip_connected(interp)) return TCL_ERROR;
+    }
 
     const int wanted = static_cast<int>(row.fields.size());
     if (count != wanted && count != 0) {
+        const std::string_view counted = tci_acl ? std::string_view("tci_sendacl") : row.name;
         if (entry == BuilderEntry::pt_send && row.family == PrimitiveFamily::dm_hci)
             session.append_message("Error, bad param count for %.*s\n", static_cast<int>(row.name.size()),
                                    row.name.data());
         else
-            session.append_message("Error, bad param count for %.*s [%d/%d]\n", static_cast<int>(row.name.size()),
-                                   row.name.data(), count, wanted);
+            session.append_message("Error, bad param count for %.*s [%d/%d]\n", static_cast<int>(counted.size()),
+                                   counted.data(), count, wanted);
         return TCL_ERROR;
     }
 
@@ -76,16 +105,16 @@ int build_and_send(SessionContext& session, Tcl_Interp* interp, const PrimitiveD
     const std::string_view name = row.name;
     trace_text(kBuildStartMask | build.category, name);
 
-    build.store(0, FieldWidth::u16, row.type);
+    if (!tci) build.store(0, FieldWidth::u16, row.type);
     if (has_hci_header(row)) build.store(2, FieldWidth::u8, row.size - kHciHeaderSize);
 
-    const bool special_row = has_special_fields(row);
+    const bool special_row = tci || has_special_fields(row);
     const FieldDef* generated = nullptr;
     for (size_t i = 0; i < row.fields.size(); ++i) {
         const FieldDef& field = row.fields[i];
         const char* arg = count == wanted ? args[i] : nullptr;
         if (special_row && arg && arg[0] == '?') {
-            if (field.format == FieldFormat::block) generated = &field;
+            if (!tci && field.format == FieldFormat::block) generated = &field;
             continue;
         }
         const char* text = resolve(build, field, arg);
@@ -100,9 +129,9 @@ int build_and_send(SessionContext& session, Tcl_Interp* interp, const PrimitiveD
             encode_number(build, field, text);
         else
             build.missing(field.name);
-        // The line shows what the field holds, also when its variable was
-        // missing.
-        build.trace_field(field.name, build.load(field.offset, field.width));
+        // A stack builder's line shows what the field holds, also when its
+        // variable was missing; a TCI builder's only what it converted.
+        if (text || !tci) build.trace_field(field.name, build.load(field.offset, field.width));
     }
     trace_text(kBuildEndMask | build.category, name);
 
@@ -115,6 +144,7 @@ int build_and_send(SessionContext& session, Tcl_Interp* interp, const PrimitiveD
                                build.failures > 1 ? 's' : ' ');
         return TCL_ERROR;
     }
+    if (tci) return send_tci_primitive(session, interp, row, build.primitive);
     session.device_link->send_primitive(row, std::move(build.primitive));
     return TCL_OK;
 }

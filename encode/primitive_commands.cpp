@@ -3,6 +3,8 @@
 #include "encode/number_conversion.h"
 #include "encode/primitive_builder.h"
 #include "encode/sent_primitives.h"
+#include "encode/tci_sent_primitives.h"
+#include "decode/tci_received_primitives.h"
 #include "shell/manual.h"
 #include "shell/session_context.h"
 #include "shell/trace_printer.h"
@@ -29,7 +31,8 @@ const char* unrecognised_line(uint32_t channel) {
 }  // namespace
 
 void register_primitive_commands(Tcl_Interp* interp, SessionContext& session) {
-    for (const PrimitiveDef& row : sent_primitives()) {
+    for (std::span<const PrimitiveDef> table : {sent_primitives(), tci_sent_primitives()})
+    for (const PrimitiveDef& row : table) {
         const CommandBinding& binding = session.command_bindings.emplace_back(CommandBinding{&session, &row});
         const std::string name(row.name);
         Tcl_CreateCommand(interp, name.c_str(), primitive_command,
@@ -39,6 +42,16 @@ void register_primitive_commands(Tcl_Interp* interp, SessionContext& session) {
 
 void add_sent_primitive_manual(Tcl_Interp* interp) {
     add_primitive_manual_rows(interp, sent_primitives(), PrimitiveRole::issued);
+    add_primitive_manual_rows(interp, tci_sent_commands(), PrimitiveRole::issued);
+}
+
+void add_tci_received_manual(Tcl_Interp* interp) {
+    add_primitive_manual_rows(interp, tci_received_events(), PrimitiveRole::receivable);
+}
+
+int tci_sendacl_command(ClientData client_data, Tcl_Interp* interp, int argc, const char* argv[]) {
+    return build_and_send(*static_cast<SessionContext*>(client_data), interp, tci_acl_record(), argc - 1, argv + 1,
+                          BuilderEntry::command);
 }
 
 int send_stack_primitive(SessionContext& session, Tcl_Interp* interp, uint32_t channel, int argc,

@@ -10,11 +10,17 @@ namespace kestrel {
 
 class SessionContext;
 
-// Registers one command per sent primitive, in the table's order.
+// Registers one command per sent primitive, in the table's order: the stack
+// primitives, then the TCI commands and events.
 void register_primitive_commands(Tcl_Interp* interp, SessionContext& session);
 
-// The manual rows of the sent primitives.
+// The manual rows of the sent primitives, the stack's then TCI's.
 void add_sent_primitive_manual(Tcl_Interp* interp);
+// The manual rows of the TCI events that the wait commands decode.
+void add_tci_received_manual(Tcl_Interp* interp);
+
+// TCI_sendacl handle length data: the ACL record, built by the one builder.
+int tci_sendacl_command(ClientData client_data, Tcl_Interp* interp, int argc, const char* argv[]);
 
 // PT_send CHANNEL TYPE ARGS...: the builder of the type on a stack channel;
 // an unknown type is reported on the error trace.

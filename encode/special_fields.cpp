@@ -39,12 +39,48 @@ const char* element(const std::vector<std::string>& elements, size_t i) {
 }
 
 // Referenced data: the array becomes the block of the pointer field and its
-// count the row's length field.
+// count the row's length field. A row without one (length_offset 0: the TCI
+// rows) keeps the count the script gave; the TCI send path copies that many.
 void encode_block(PrimitiveBuild& build, const FieldDef& field, const char* text) {
     std::vector<uint8_t> bytes = convert_byte_array(build.interp, text);
     build.dump_bytes(field.name, bytes);
-    build.store(field.length_offset, FieldWidth::u16, static_cast<uint32_t>(bytes.size()));
+    if (field.length_offset != 0)
+        build.store(field.length_offset, FieldWidth::u16, static_cast<uint32_t>(bytes.size()));
     if (!bytes.empty()) build.store(field.offset, FieldWidth::u32, build.primitive.attach(std::move(bytes)));
+}
+
+// A block of 16-bit words, little-endian; the count stands where the script
+// put it.
+void encode_word_block(PrimitiveBuild& build, const FieldDef& field, const char* text) {
+    const std::vector<uint16_t> words = convert_word_array(build.interp, text);
+    build.dump_words(field.name, words);
+    std::vector<uint8_t> bytes(words.size() * 2);
+    for (size_t i = 0; i < words.size(); ++i) put_le16(bytes.data() + 2 * i, words[i]);
+    if (!bytes.empty()) build.store(field.offset, FieldWidth::u32, build.primitive.attach(std::move(bytes)));
+}
+
+// Device addresses {lap uap nap}, each an 8-byte entry (uap at +4, nap at
+// +6), one after the other in one block.
+void encode_address_list(PrimitiveBuild& build, const FieldDef& field, const char* text) {
+    std::vector<std::string> entries;
+    if (!split_list(text, entries)) {
+        ++build.failures;
+        return;
+    }
+    std::vector<uint8_t> block(entries.size() * 8, 0);
+    for (size_t i = 0; i < entries.size(); ++i) {
+        std::vector<std::string> parts;
+        if (!split_list(entries[i].c_str(), parts)) {
+            ++build.failures;
+            return;
+        }
+        uint8_t* entry = block.data() + 8 * i;
+        put_le32(entry, static_cast<uint32_t>(parse_number(parts.size() > 0 ? parts[0].c_str() : "")));
+        entry[4] = static_cast<uint8_t>(parse_number(parts.size() > 1 ? parts[1].c_str() : ""));
+        put_le16(entry + 6, static_cast<uint16_t>(parse_number(parts.size() > 2 ? parts[2].c_str() : "")));
+    }
+    build.dump_bytes(field.name, block);
+    if (!block.empty()) build.store(field.offset, FieldWidth::u32, build.primitive.attach(std::move(block)));
 }
 
 void encode_link_key(PrimitiveBuild& build, const FieldDef& field, const char* text) {
@@ -306,6 +342,8 @@ void encode_link_key_list(PrimitiveBuild& build, const FieldDef& field, const ch
 void encode_special_field(PrimitiveBuild& build, const FieldDef& field, const char* text) {
     switch (field.format) {
     case FieldFormat::block: encode_block(build, field, text); return;
+    case FieldFormat::word_block: encode_word_block(build, field, text); return;
+    case FieldFormat::address_list: encode_address_list(build, field, text); return;
     case FieldFormat::link_key: encode_link_key(build, field, text); return;
     case FieldFormat::request_key: encode_request_key(build, field, text); return;
     case FieldFormat::pin: encode_pin(build, field, text); return;

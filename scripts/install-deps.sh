@@ -12,6 +12,7 @@ packages=(
     libx11-dev libxtst-dev    # mouse reports through the X Test extension
     xvfb xdotool              # the mouse test: a private X server, and reading the pointer back
     clang libclang-rt-14-dev  # libFuzzer for tests/fuzz/run_fuzzers.sh
+    bluez-test-tools          # btvirt: a real HCI controller for the TCI tests
 )
 
 missing=()

@@ -2,6 +2,7 @@
 
 #include <iterator>
 
+#include "encode/primitive_commands.h"
 #include "encode/pt_send.h"
 #include "shell/console_keys.h"
 #include "shell/manual.h"
@@ -48,6 +49,12 @@ const BuiltinCommand kBuiltinCommands[] = {
      "Internal command. Checks if a key is pressed and flush it from the\n"
      "buffer. Returns 1 if a key has been pressed, else 0.",
      "None"},
+    {"TCI_connect", tci_connect_command, "device [baudrate]", "None",
+     "Internal command. Connects Kestrel to a TCI device using H4 protocl.", "None"},
+    {"TCI_disconnect", tci_disconnect_command, "None", "None",
+     "Internal command. Disconnects Kestrel from a connected TCI device.", "None"},
+    {"TCI_sendacl", tci_sendacl_command, "handle length data", "None",
+     "Internal command. Sends a ACL packet to a connected TCI device.", "None"},
     {"PT_send_raw", pt_send_raw_command, "data (e.g. 1 2 3 4 5 6)", "None",
      "Internal command. Sends a packet over the raw transport.", "None"},
     // Kestrel's own: the control surface of the simulated chip.

@@ -59,6 +59,7 @@ bool start_interpreter(SessionContext& session, const char* program_path) {
 
     add_builtin_manual(interp);
     add_sent_primitive_manual(interp);
+    add_tci_received_manual(interp);
     scan_script_index(interp);
     return true;
 }

@@ -16,6 +16,8 @@ SessionContext::~SessionContext() {
         clear_connected(kChipConnected);
         device_link.reset();
     }
+    if (connected(kTciConnected)) clear_connected(kTciConnected);
+    tci_link.reset();
     if (interp) Tcl_DeleteInterp(interp);
     interp = nullptr;
     Tcl_DStringFree(&partial);
@@ -47,7 +49,10 @@ void SessionContext::print_statistics() {
     print_session_statistics(totals);
 }
 
-PrimitiveRing* SessionContext::receive_queue() { return device_link ? device_link->ring() : nullptr; }
+PrimitiveRing* SessionContext::receive_queue() {
+    if (device_link) return device_link->ring();
+    return tci_link && connected(kTciConnected) ? tci_link->ring() : nullptr;
+}
 
 void SessionContext::discard_partial_command() {
     Tcl_DStringFree(&partial);

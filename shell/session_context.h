@@ -15,6 +15,7 @@
 #include "transfer/payload_generator.h"
 #include "transport/device_link.h"
 #include "transport/primitive_table.h"
+#include "transport/tci_link.h"
 
 namespace kestrel {
 
@@ -48,7 +49,8 @@ public:
     // end adds nothing.
     void print_statistics();
 
-    // The device link's queue, or null (no chip, or the raw mode).
+    // The device link's queue when a chip is connected, else the TCI link's;
+    // null when neither holds one (no link, or the raw mode).
     PrimitiveRing* receive_queue();
 
     DebugSwitches debug_switches{};
@@ -57,6 +59,9 @@ public:
     uint32_t wait_timeout_switch = 0;  // PT_option +timeout / -timeout
     Tcl_Interp* interp = nullptr;
     std::unique_ptr<DeviceLink> device_link;  // null while no chip is connected
+    // The last TCI link made; it stays stored when its device never became
+    // ready (connection bit 0x10 then stays clear).
+    std::unique_ptr<TciLink> tci_link;
     PayloadGenerator payload_generator;
     // PT_option +agpmode / -agpmode; the receive decoders read it too.
     std::atomic<bool> payload_mode{false};

@@ -58,8 +58,11 @@ int pt_connect_command(ClientData client_data, Tcl_Interp* interp, int argc, con
         baud = parse_number(rate);
     }
 
+    // A TCI link that is up shares its queue with the chip.
+    std::shared_ptr<PrimitiveRing> tci_ring;
+    if (connected(kTciConnected) && session.tci_link) tci_ring = session.tci_link->shared_ring();
     session.device_link = std::make_unique<DeviceLink>();
-    const int reason = session.device_link->connect(device, baud, protocol, nullptr);
+    const int reason = session.device_link->connect(device, baud, protocol, std::move(tci_ring));
     if (reason != 0) {
         session.append_message("ERROR - Failed to connect (reason : %d)\n", reason);
         session.device_link.reset();
@@ -77,6 +80,48 @@ int pt_disconnect_command(ClientData client_data, Tcl_Interp* interp, int, const
     session.accumulate_statistics();
     clear_connected(kChipConnected);
     session.device_link.reset();
+    return TCL_OK;
+}
+
+int tci_connect_command(ClientData client_data, Tcl_Interp* interp, int argc, const char* argv[]) {
+    auto& session = *static_cast<SessionContext*>(client_data);
+    if (argc != 1 && argc != 3) {
+        Tcl_AppendResult(interp, "Error in arguments\n", "Usage: connect <devname> <baudrate>\n", nullptr);
+        return TCL_ERROR;
+    }
+    std::string device;
+    if (defaulted(argc, argc > 1 ? argv[1] : "")) {
+        const char* comport = Tcl_GetVar(interp, "comport", 0);
+        device = comport ? comport : "bad_mojo";
+    } else {
+        device = argv[1];
+    }
+    int32_t baud = -1;
+    if (!defaulted(argc, argc > 1 ? argv[2] : "")) {
+        baud = parse_number(argv[2]);
+    } else if (const char* rate = Tcl_GetVar(interp, "baud_rate", 0)) {
+        baud = parse_number(rate);
+    }
+
+    // Stored at once, replacing any earlier link: there is no already-
+    // connected test, and a link whose device never became ready stays
+    // stored with the connection bit clear.
+    std::shared_ptr<PrimitiveRing> chip_ring;
+    if (connected(kChipConnected) && session.device_link) chip_ring = session.device_link->shared_ring();
+    // An earlier link that is replaced goes away whole: its reader stops, so
+    // that nothing it receives reaches a link that is gone.
+    clear_connected(kTciConnected);
+    session.tci_link = std::make_unique<TciLink>();
+    if (!session.tci_link->connect(device, static_cast<unsigned>(baud), std::move(chip_ring))) return TCL_OK;
+    set_connected(kTciConnected);
+    return TCL_OK;
+}
+
+int tci_disconnect_command(ClientData client_data, Tcl_Interp* interp, int, const char*[]) {
+    auto& session = *static_cast<SessionContext*>(client_data);
+    if (!check_tci_connected(interp)) return TCL_ERROR;
+    clear_connected(kTciConnected);
+    session.tci_link.reset();
     return TCL_OK;
 }
 

@@ -62,7 +62,8 @@ DeviceLink::~DeviceLink() {
     // The reader goes first, so that nothing arrives into a queue that is
     // going away; a take still waiting on the queue is woken.
     if (link_) link_->stop();
-    if (ring_) ring_->abandon();
+    // A queue shared with the TCI link stays with the TCI link.
+    if (ring_ && ring_.use_count() == 1) ring_->abandon();
 }
 
 void DeviceLink::copy_switches(const DebugSwitches& switches) {

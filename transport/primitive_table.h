@@ -33,8 +33,12 @@ enum class FieldFormat : uint8_t {
     event_filter,  // the condition record chosen by filter and condition type
     lp_settings,   // the park or sniff settings chosen by dm_policy
     link_key_list, // a Tcl list of {lap uap nap {16 bytes}}, one 24-byte block per pointer slot
+    word_block,    // 16-bit word array: a block of little-endian words for the pointer field
+    address_list,  // a Tcl list of {lap uap nap}, one 8-byte device address each, as one block
 
     // Receiving: the decoders' formats follow here.
+    flat_bytes,  // the bytes from offset to the end, at most the u16 count at length_offset: a byte block
+    flat_words,  // the same count of 16-bit words, each "0x%lx " (blank included)
 };
 
 struct FieldDef {
@@ -49,6 +53,8 @@ struct FieldDef {
 // The stack's families as the builders, send paths and traces tell them
 // apart. dm_hci rows are the HCI command primitives: their parameter length
 // byte follows the type, unless the row's first field stands at offset 2.
+// tci rows are packed TCI commands and events, whose envelope the TCI send
+// path fills.
 enum class PrimitiveFamily : uint8_t { none, dm_hci, dm, l2ca, bnep, tcp, rfc, sdc, sds, tci };
 
 struct PrimitiveDef {

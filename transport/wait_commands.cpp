@@ -11,6 +11,7 @@
 #include "decode/raw_channel_decoders.h"
 #include "decode/received_decoder.h"
 #include "decode/received_primitives.h"
+#include "decode/tci_decoder.h"
 #include "encode/number_conversion.h"
 #include "shell/session_context.h"
 #include "shell/trace_printer.h"
@@ -169,9 +170,7 @@ int wait(ClientData client_data, Tcl_Interp* interp, int argc, const char* argv[
             const int32_t type = (channel & 0x80000000u) ? get_le16(record) : record[0];
             const auto& types = wanted.types[kChannelTci];
             if (!types.empty() && !listed(types, type)) continue;
-            trace_printf(kTraceError, "Error, unrecognised TCI primitive\n");
-            session.append_message("ERROR - Unexpected TCI primitive received\n");
-            return TCL_ERROR;
+            return decode_tci_wait(session, interp, channel, type, record, size);
         }
         const uint16_t type = size >= 2 ? get_le16(record) : 0;
         const FamilyTexts texts = family_texts(c);
