@@ -440,5 +440,29 @@ TEST_F(PtspLink, DelayedAckRidesOnTheNextMessageOrGoesOutAlone) {
     EXPECT_EQ(b.wire.back(), packet(0, 2, false, true, 0, {}));
 }
 
+// A peer whose window is full can send nothing more: its packets are
+// acknowledged at once, however long the delay, and counting starts again
+// from the ack.
+TEST_F(PtspLink, DelayedAckGoesAtOnceWhenThePeersWindowIsFull) {
+    establish();
+    b.link->set_ack_delay(10);
+    send_all(a, 3);
+    pass(a, b);
+    EXPECT_TRUE(b.out.empty());  // three owed: the ack waits
+    send_all(a, 3, 3);           // one fills a's window, two wait for the ack
+    pass(a, b);
+    ASSERT_EQ(b.out.size(), 1u);
+    EXPECT_EQ(b.wire.back(), packet(0, 4, false, true, 0, {}));
+    pass(b, a);                  // the window opens: the other two come
+    pass(a, b);
+    EXPECT_TRUE(b.out.empty());  // two owed: the ack waits again
+    now += 10;
+    b.link->tick(now);
+    ASSERT_EQ(b.out.size(), 1u);
+    EXPECT_EQ(b.wire.back(), packet(0, 6, false, true, 0, {}));
+    EXPECT_EQ(b.got.size(), 6u);
+    EXPECT_EQ(a.link->retransmissions(), 0u);
+}
+
 }  // namespace
 }  // namespace kestrel::ptsp

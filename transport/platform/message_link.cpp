@@ -54,7 +54,10 @@ MessageLink::MessageLink(std::unique_ptr<ByteStream> stream, LinkProtocol protoc
     });
     // A script answers a chip's message within microseconds when it answers
     // at all: its next message carries the acknowledgement, which saves the
-    // chip a wake-up for an ack-only frame.
+    // chip a wake-up for an ack-only frame. The delay is longer than a kernel
+    // tick: the reader sleeps until it after every message it hands on, and a
+    // sleep that ends before the next tick costs a timer reprogramming each
+    // time (a quarter of the round-trip rate on a virtual machine).
     if (role_ == LinkRole::host) engine_->ptsp->set_ack_delay(kHostAckDelayMs);
 }
 

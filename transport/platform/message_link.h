@@ -59,7 +59,7 @@ public:
     uint64_t frames_dropped() const { return frames_dropped_.load(); }
 
     static constexpr size_t kPtspMaxMessage = 4095;
-    static constexpr uint32_t kHostAckDelayMs = 2;
+    static constexpr uint32_t kHostAckDelayMs = 10;  // see the constructor
 
 private:
     struct Engine;

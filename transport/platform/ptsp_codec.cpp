@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <array>
+#include <cstring>
 #include <stdexcept>
 
 namespace kestrel::ptsp {
@@ -29,16 +30,18 @@ uint16_t get_be16(std::span<const uint8_t> bytes, size_t at) {
     return static_cast<uint16_t>(bytes[at] << 8 | bytes[at + 1]);
 }
 
-void put_escaped(std::vector<uint8_t>& out, uint8_t byte) {
+// Writes the byte at `out`, escaped; past what was written.
+uint8_t* put_escaped(uint8_t* out, uint8_t byte) {
     if (byte == kEnd) {
-        out.push_back(kEsc);
-        out.push_back(kEscEnd);
+        *out++ = kEsc;
+        *out++ = kEscEnd;
     } else if (byte == kEsc) {
-        out.push_back(kEsc);
-        out.push_back(kEscEsc);
+        *out++ = kEsc;
+        *out++ = kEscEsc;
     } else {
-        out.push_back(byte);
+        *out++ = byte;
     }
+    return out;
 }
 
 // A frame candidate, unescaped, without its delimiters, into `packet`
@@ -117,18 +120,20 @@ void append_frame(const Packet& packet, std::vector<uint8_t>& out) {
         0,
     };
     header[3] = static_cast<uint8_t>(~(header[0] + header[1] + header[2]));
-    // Room for the worst case, every byte escaped, grown as push_back would.
-    const size_t worst = out.size() + 2 * (kHeaderLength + length + kCrcLength) + 2;
-    if (worst > out.capacity()) out.reserve(std::max(worst, 2 * out.capacity()));
-    out.push_back(kEnd);
-    for (uint8_t byte : header) put_escaped(out, byte);
-    for (uint8_t byte : packet.payload) put_escaped(out, byte);
+    // Room for the worst case, every byte escaped; trimmed to what was written.
+    const size_t start = out.size();
+    out.resize(start + 2 * (kHeaderLength + length + kCrcLength) + 2);
+    uint8_t* at = out.data() + start;
+    *at++ = kEnd;
+    for (uint8_t byte : header) at = put_escaped(at, byte);
+    for (uint8_t byte : packet.payload) at = put_escaped(at, byte);
     if (packet.has_crc) {
         const uint16_t crc = reverse16(crc_step(crc_register(header), packet.payload));
-        put_escaped(out, static_cast<uint8_t>(crc >> 8));
-        put_escaped(out, static_cast<uint8_t>(crc));
+        at = put_escaped(at, static_cast<uint8_t>(crc >> 8));
+        at = put_escaped(at, static_cast<uint8_t>(crc));
     }
-    out.push_back(kEnd);
+    *at++ = kEnd;
+    out.resize(static_cast<size_t>(at - out.data()));
 }
 
 std::vector<uint8_t> encode_frame(const Packet& packet) {
@@ -138,25 +143,37 @@ std::vector<uint8_t> encode_frame(const Packet& packet) {
 }
 
 void FrameDecoder::feed(std::span<const uint8_t> bytes, const PacketHandler& on_packet) {
-    for (uint8_t byte : bytes) {
+    const uint8_t* at = bytes.data();
+    const uint8_t* const end = at + bytes.size();
+    while (at != end) {
+        const uint8_t byte = *at;
         if (byte == kEnd) {
+            ++at;
             if (!hunting_) end_frame(on_packet);
             hunting_ = false;
         } else if (hunting_ || bad_) {
-            continue;
+            // Nothing to keep before the next delimiter.
+            const void* next = std::memchr(at, kEnd, static_cast<size_t>(end - at));
+            at = next ? static_cast<const uint8_t*>(next) : end;
         } else if (escaped_) {
+            ++at;
             escaped_ = false;
             if (byte == kEscEnd) {
-                keep(kEnd);
+                keep(&kEnd, 1);
             } else if (byte == kEscEsc) {
-                keep(kEsc);
+                keep(&kEsc, 1);
             } else {
                 bad_ = true;
             }
         } else if (byte == kEsc) {
+            ++at;
             escaped_ = true;
         } else {
-            keep(byte);
+            // A run of plain bytes is kept at once.
+            const uint8_t* run_end = at + 1;
+            while (run_end != end && *run_end != kEnd && *run_end != kEsc) ++run_end;
+            keep(at, static_cast<size_t>(run_end - at));
+            at = run_end;
         }
     }
 }
@@ -168,11 +185,11 @@ void FrameDecoder::reset() {
     bad_ = false;
 }
 
-void FrameDecoder::keep(uint8_t byte) {
-    if (frame_.size() == kMaxFrame) {
+void FrameDecoder::keep(const uint8_t* bytes, size_t count) {
+    if (frame_.size() + count > kMaxFrame) {
         bad_ = true;
     } else {
-        frame_.push_back(byte);
+        frame_.insert(frame_.end(), bytes, bytes + count);
     }
 }
 
@@ -205,7 +222,8 @@ void Link::receive(std::span<const uint8_t> bytes, uint32_t now_ms) {
     const bool owed_before = ack_owed_;
     decoder_.feed(bytes, [this](const Packet& packet) { handle(packet); });
     if (!ack_owed_) return;
-    if (ack_delay_ms_ == 0) {
+    // A peer with a full window can send nothing more until acknowledged.
+    if (ack_delay_ms_ == 0 || owed_packets_ >= kWindow) {
         write_ack_only();
     } else if (!owed_before) {
         ack_due_ms_ = now_ + ack_delay_ms_;
@@ -268,6 +286,7 @@ void Link::handle(const Packet& packet) {
     bool fresh = !packet.reliable;
     if (packet.reliable) {
         ack_owed_ = true;
+        ++owed_packets_;
         if (packet.seq == expected_seq_) {
             expected_seq_ = next_seq(expected_seq_);
             fresh = true;
@@ -330,6 +349,7 @@ void Link::restart_sequences() {
     next_seq_ = 0;
     expected_seq_ = 0;
     ack_owed_ = false;
+    owed_packets_ = 0;
     while (!unacked_.empty()) {
         waiting_.push_front(std::move(unacked_.back()));
         unacked_.pop_back();
@@ -352,6 +372,7 @@ void Link::write_packet(Packet& packet) {
     packet.ack = expected_seq_;
     packet.has_crc = true;
     ack_owed_ = false;
+    owed_packets_ = 0;
     frame_.clear();
     append_frame(packet, frame_);
     callbacks_.write(frame_);

@@ -68,7 +68,7 @@ public:
 
 private:
     void end_frame(const PacketHandler& on_packet);
-    void keep(uint8_t byte);
+    void keep(const uint8_t* bytes, size_t count);  // or mark the frame overlong
 
     std::vector<uint8_t> frame_;  // unescaped bytes of the current candidate
     Packet packet_;               // the last one decoded; its buffer is reused
@@ -120,7 +120,9 @@ public:
     void send(uint8_t channel, std::span<const uint8_t> payload, uint32_t now_ms);
     // How long an acknowledgement may wait for data to ride on before it
     // goes out alone (0, the default: at the end of the receive that owes
-    // it). A host whose scripts answer quickly saves a frame each way.
+    // it). A host whose scripts answer quickly saves a frame each way. It
+    // never waits once kWindow reliable packets are owed: the peer's window
+    // is full.
     void set_ack_delay(uint32_t ms) { ack_delay_ms_ = ms; }
     // Runs the timers that are due.
     void tick(uint32_t now_ms);
@@ -163,6 +165,7 @@ private:
     uint8_t next_seq_ = 0;
     uint8_t expected_seq_ = 0;
     bool ack_owed_ = false;
+    size_t owed_packets_ = 0;  // reliable packets received since an ack went out
     uint32_t ack_delay_ms_ = 0;
     uint32_t ack_due_ms_ = 0;  // when an owed acknowledgement goes out alone
     std::deque<Outgoing> unacked_;  // in sequence order
