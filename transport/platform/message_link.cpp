@@ -115,6 +115,7 @@ bool MessageLink::send(uint8_t channel, std::span<const uint8_t> message) {
         // handler that holds the codec.
         std::lock_guard outbox_lock(outbox_mutex_);
         outbox_.add(channel, message);
+        outbox_filled_.store(true, std::memory_order_release);
     }
     pump();
     return true;
@@ -122,13 +123,15 @@ bool MessageLink::send(uint8_t channel, std::span<const uint8_t> message) {
 
 void MessageLink::pump() {
     for (;;) {
+        {
+            std::lock_guard outbox_lock(outbox_mutex_);
+            if (outbox_.empty()) return;
+        }
         std::unique_lock lock(mutex_, std::try_to_lock);
         if (!lock) return;  // the holder pumps when it lets go
         drain_outbox();
         wake_reader_if_due_sooner();
         flush_frames(lock);
-        std::lock_guard outbox_lock(outbox_mutex_);
-        if (outbox_.empty()) return;
     }
 }
 
@@ -141,10 +144,14 @@ void MessageLink::wake_reader_if_due_sooner() {
 }
 
 void MessageLink::drain_outbox() {
+    // Unlocked, a look may miss a message just added; its sender then found
+    // the codec's lock taken, and the holder looks again, locked, once it
+    // lets go (pump).
+    if (!outbox_filled_.load(std::memory_order_acquire)) return;
     {
         std::lock_guard lock(outbox_mutex_);
-        if (outbox_.empty()) return;
         std::swap(draining_, outbox_);
+        outbox_filled_.store(false, std::memory_order_relaxed);
     }
     const uint32_t now = now_ms();
     draining_.for_each([&](uint8_t channel, std::span<const uint8_t> message) {

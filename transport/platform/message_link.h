@@ -106,6 +106,7 @@ private:
     std::mutex write_mutex_;  // frames go out whole, in order
     std::mutex outbox_mutex_;
     Runs outbox_;    // messages whose sender found the codec busy; outbox_mutex_
+    std::atomic<bool> outbox_filled_{false};  // written under outbox_mutex_
     Runs draining_;  // the outbox being fed to the codec; mutex_
     Runs writing_;   // frames being written; write_mutex_
     std::condition_variable established_changed_;
