@@ -25,8 +25,8 @@ uint32_t now_ms() {
 // The codec state, guarded by mutex_. Its write callback only collects
 // frames; they are written once the state is consistent.
 struct MessageLink::Engine {
-    Runs frames;  // tagged 0
-    std::vector<std::pair<uint8_t, std::vector<uint8_t>>> messages;  // H4
+    Runs frames;    // tagged 0
+    Runs messages;  // for the receive handler once the lock is let go (H4, and PTSP for the host)
     bool link_up = false;
     bool peer_reset = false;
     std::vector<uint8_t> bad_types;
@@ -43,8 +43,15 @@ MessageLink::MessageLink(std::unique_ptr<ByteStream> stream, LinkProtocol protoc
     Engine* engine = engine_.get();
     engine_->ptsp = std::make_unique<ptsp::Link>(ptsp::Link::Callbacks{
         [engine](std::span<const uint8_t> frame) { engine->frames.add(0, frame); },
-        [this](uint8_t channel, std::span<const uint8_t> payload) {
+        [this, engine](uint8_t channel, std::span<const uint8_t> payload) {
             if (!handlers_.receive) return;
+            // The host's messages are handed on once the codec is free again,
+            // so that a script woken by one can send at once. The chip answers
+            // while the codec is locked, so that its answer carries the ack.
+            if (role_ == LinkRole::host) {
+                engine->messages.add(channel, payload);
+                return;
+            }
             MessageLink* outer = std::exchange(t_delivering, this);
             handlers_.receive(channel, payload);
             t_delivering = outer;
@@ -181,7 +188,6 @@ void MessageLink::reader() {
         long got = stream_->read(buffer, timeout);
         if (got < 0) break;  // end of stream or closed
         std::span<const uint8_t> bytes(buffer.data(), static_cast<size_t>(got));
-        std::vector<std::pair<uint8_t, std::vector<uint8_t>>> messages;
         bool peer_reset = false;
         std::vector<uint8_t> bad_types;
         {
@@ -207,13 +213,13 @@ void MessageLink::reader() {
                         if (!ours) return;  // other HCI traffic is not ours to carry
                         if (auto block = h4::tunnel_block(packet))
                             if (auto message = e.reassembler.feed(*block))
-                                e.messages.emplace_back(message->channel, std::move(message->bytes));
+                                e.messages.add(message->channel, message->bytes);
                     },
                     [&](uint8_t byte) { e.bad_types.push_back(byte); });
                 frames_dropped_ = e.reassembler.dropped();
                 timeout = 250;
             }
-            messages.swap(e.messages);
+            std::swap(received_, e.messages);  // received_ was empty: both keep their buffers
             bad_types.swap(e.bad_types);
             peer_reset = std::exchange(e.peer_reset, false);
             if (std::exchange(e.link_up, false)) {
@@ -223,11 +229,11 @@ void MessageLink::reader() {
             flush_frames(lock);
         }
         pump();
-        if (peer_reset && handlers_.peer_reset) handlers_.peer_reset();
         for (uint8_t byte : bad_types)
             if (handlers_.damaged) handlers_.damaged(byte);
-        for (auto& [channel, message] : messages)
-            if (handlers_.receive) handlers_.receive(channel, message);
+        if (handlers_.receive) received_.for_each(handlers_.receive);
+        received_.clear();
+        if (peer_reset && handlers_.peer_reset) handlers_.peer_reset();
     }
 }
 

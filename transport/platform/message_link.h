@@ -25,8 +25,9 @@ enum class LinkRole { host, chip };
 class MessageLink {
 public:
     struct Handlers {
-        // On the reader thread; may call send(). Over PTSP it runs while the
-        // codec is locked, so it must not wait for anything the link does.
+        // On the reader thread; may call send(). For the chip over PTSP it
+        // runs while the codec is locked, so it must not wait for anything
+        // the link does; for the host, once the codec's lock is let go.
         // The bytes are the link's own until the handler returns: it copies
         // what it keeps.
         std::function<void(uint8_t channel, std::span<const uint8_t> message)> receive;
@@ -109,6 +110,7 @@ private:
     std::atomic<bool> outbox_filled_{false};  // written under outbox_mutex_
     Runs draining_;  // the outbox being fed to the codec; mutex_
     Runs writing_;   // frames being written; write_mutex_
+    Runs received_;  // messages being handed to the receive handler; the reader's own
     std::condition_variable established_changed_;
     std::atomic<bool> established_{false};
     std::atomic<bool> running_{false};
