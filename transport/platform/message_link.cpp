@@ -160,11 +160,15 @@ void MessageLink::drain_outbox() {
         std::swap(draining_, outbox_);
         outbox_filled_.store(false, std::memory_order_relaxed);
     }
+    // Emptied even when the codec refuses a message, so none goes twice.
+    struct Empty {
+        Runs& runs;
+        ~Empty() { runs.clear(); }
+    } empty{draining_};
     const uint32_t now = now_ms();
     draining_.for_each([&](uint8_t channel, std::span<const uint8_t> message) {
         engine_->ptsp->send(channel, message, now);
     });
-    draining_.clear();
 }
 
 // Writes the frames the codec made, in its order: the write lock is taken
