@@ -58,7 +58,7 @@ std::unique_ptr<MessageLink> connect_sim(const std::string& options, Arrivals& a
     }
     auto link = std::make_unique<MessageLink>(
         std::move(stream), LinkProtocol::ptsp, LinkRole::host,
-        MessageLink::Handlers{[&arrivals, channel](uint8_t c, std::vector<uint8_t> message) {
+        MessageLink::Handlers{[&arrivals, channel](uint8_t c, std::span<const uint8_t> message) {
                                   if (c == channel) arrivals.add(message.size());
                               },
                               nullptr, nullptr});

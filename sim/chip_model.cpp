@@ -4,6 +4,7 @@
 #include <cstdio>
 #include <iterator>
 #include <string>
+#include <utility>
 
 #include "transport/platform/message_codec.h"
 
@@ -265,7 +266,7 @@ std::vector<uint16_t> ChipModel::answer_ptcmd(std::span<const uint8_t> message, 
     auto answer = [&](uint16_t status) {
         words[kLengthWord] = static_cast<uint16_t>(words.size());
         words[kStatusWord] = status;
-        return words;
+        return std::move(words);  // each path ends here: the words are not needed again
     };
     // A message that is short, odd, or whose length word disagrees with it
     // cannot be trusted any further.

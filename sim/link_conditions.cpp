@@ -160,7 +160,9 @@ long ConditionedStream::read(std::span<uint8_t> buffer, int timeout_ms) {
         lock.lock();
         direct_reading_ = false;
         if (got < 0) host_gone_ = true;
-        changed_.notify_all();
+        // Only a pump that has started waits for a direct read to end; the
+        // drain thread is not woken for every read.
+        if (pump_started_) changed_.notify_all();
         return got;
     }
     const bool forever = timeout_ms < 0;
@@ -195,7 +197,9 @@ bool ConditionedStream::write(std::span<const uint8_t> data) {
         lock.lock();
         direct_writing_ = false;
         if (!written) write_failed_ = true;
-        changed_.notify_all();
+        // Waiting for this write: a drain that holds queued bytes, and
+        // writers waiting for room that must learn of a failure.
+        if (!written || drain_writing_) changed_.notify_all();
         return written;
     }
     changed_.wait(lock, [&] { return closed_ || write_failed_ || outbound_.queued() < kMaxQueued; });
@@ -244,9 +248,10 @@ void ConditionedStream::drain() {
             continue;
         }
         changed_.notify_all();  // room for a waiting writer
+        // Holding bytes: from here no write goes past them directly.
+        drain_writing_ = true;
         changed_.wait(lock, [&] { return !direct_writing_ || closed_; });
         if (closed_) return;
-        drain_writing_ = true;
         lock.unlock();
         const bool written = inner_->write({chunk.data(), got});
         lock.lock();

@@ -131,7 +131,7 @@ private:
     bool pump_started_ = false;    // a condition was set: bytes from the host pass the queue
     bool direct_reading_ = false;  // read() is in the inner stream's read
     bool direct_writing_ = false;  // write() writes straight through
-    bool drain_writing_ = false;
+    bool drain_writing_ = false;   // the drain holds bytes taken from the queue
 
     static bool plain(const LinkConditions& conditions);
     void start_pump();  // mutex_ held

@@ -224,7 +224,7 @@ void SimulatedChip::start_chip(Lock& lock, Restart kind) {
     auto port = std::make_unique<Port>(line_, std::move(first_bytes_), [this, generation] { on_line_end(generation); });
     first_bytes_.clear();
     MessageLink::Handlers handlers{
-        [this](uint8_t channel, std::vector<uint8_t> message) {
+        [this](uint8_t channel, std::span<const uint8_t> message) {
             record(channel, message);
             model_.receive(channel, message);
         },
@@ -289,13 +289,13 @@ void SimulatedChip::on_line_end(uint64_t generation) {
     wake();
 }
 
-void SimulatedChip::record(uint8_t channel, const std::vector<uint8_t>& message) {
+void SimulatedChip::record(uint8_t channel, std::span<const uint8_t> message) {
     std::lock_guard lock(record_mutex_);
     if (received_.size() == kMaxReceived) {
         received_.pop_front();
         ++received_lost_;
     }
-    received_.push_back({channel, message});
+    received_.push_back({channel, {message.begin(), message.end()}});
 }
 
 std::vector<SimulatedChip::Received> SimulatedChip::received() const {

@@ -106,7 +106,7 @@ private:
     void wake();  // mutex_ held
     void on_request(const ChipRequest& request);
     void on_line_end(uint64_t generation);
-    void record(uint8_t channel, const std::vector<uint8_t>& message);
+    void record(uint8_t channel, std::span<const uint8_t> message);
     void send_from_chip(uint8_t channel, std::vector<uint8_t> message);
     bool chip_ready(std::string& error) const;  // mutex_ held
 

@@ -39,9 +39,9 @@ public:
     TestHost(std::unique_ptr<ByteStream> stream, LinkProtocol protocol)
         : link_(std::move(stream), protocol, LinkRole::host,
                 MessageLink::Handlers{
-                    [this](uint8_t channel, std::vector<uint8_t> message) {
+                    [this](uint8_t channel, std::span<const uint8_t> message) {
                         std::lock_guard lock(mutex_);
-                        messages_.push_back({channel, std::move(message)});
+                        messages_.push_back({channel, {message.begin(), message.end()}});
                         arrived_.notify_all();
                     },
                     [this] {

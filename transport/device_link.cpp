@@ -117,7 +117,7 @@ int DeviceLink::connect(const std::string& device, int32_t baud, ChipProtocol pr
     link_ = std::make_unique<MessageLink>(
         std::move(stream), framing, LinkRole::host,
         MessageLink::Handlers{
-            [this](uint8_t channel, std::vector<uint8_t> message) { on_message(channel, std::move(message)); },
+            [this](uint8_t channel, std::span<const uint8_t> message) { on_message(channel, message); },
             [] { output_write("Warning, the chip has reset; the link is being established again\n"); },
             [](uint8_t byte) { output_printf("Error, unknown H4 packet type 0x%02x, resynchronising\n", byte); },
         });
@@ -217,7 +217,7 @@ void DeviceLink::send_vm(std::vector<uint8_t> message) {
         output_printf("Error, a VM message of %zu bytes is too long for the link\n", message.size());
 }
 
-void DeviceLink::on_message(uint8_t channel, std::vector<uint8_t> message) {
+void DeviceLink::on_message(uint8_t channel, std::span<const uint8_t> message) {
     trace_raw(false, channel, message);
     switch (channel) {
     case kChannelPtcmd: {

@@ -71,7 +71,7 @@ public:
 
 private:
     int connect_raw(const std::string& device, int32_t baud);
-    void on_message(uint8_t channel, std::vector<uint8_t> message);
+    void on_message(uint8_t channel, std::span<const uint8_t> message);
     void on_stack_primitive(uint32_t channel, std::span<const uint8_t> message);
     void deliver(uint32_t channel, const AttachedPrimitive& primitive);
     void trace_raw(bool downstream, uint8_t channel, std::span<const uint8_t> bytes);

@@ -66,7 +66,7 @@ TEST(PtcmdOverLossyPtsp, TenThousandRoundTripsEachAnsweredOnceInOrder) {
     model = std::make_unique<sim::ChipModel>(
         std::make_shared<sim::PsStore>(),
         sim::ChipModel::Outputs{[&](uint8_t channel, std::vector<uint8_t> message) {
-                                    chip.send(channel, std::move(message), now);
+                                    chip.send(channel, message, now);
                                 },
                                 [](const sim::ChipRequest&) { FAIL() << "no restart was asked for"; }});
 

@@ -227,7 +227,7 @@ protected:
 
 TEST_F(PtspLink, EstablishesFromBothSidesStartedApart) {
     const uint32_t t0 = now;
-    a.link->send(4, {0x42}, now);  // waits for the link
+    a.link->send(4, hex("42"), now);  // waits for the link
     a.link->start(now);
     EXPECT_EQ(a.link->next_deadline_ms(), t0 + 250);  // wraps past zero
     run(600);
@@ -396,9 +396,9 @@ TEST_F(PtspLink, PeerResetIsDetectedAndUnackedDataResent) {
 }
 
 TEST_F(PtspLink, SendRefusesControlChannelsAndLongPayloads) {
-    EXPECT_THROW(a.link->send(0, {1}, now), std::invalid_argument);
-    EXPECT_THROW(a.link->send(1, {1}, now), std::invalid_argument);
-    EXPECT_THROW(a.link->send(16, {1}, now), std::invalid_argument);
+    EXPECT_THROW(a.link->send(0, hex("01"), now), std::invalid_argument);
+    EXPECT_THROW(a.link->send(1, hex("01"), now), std::invalid_argument);
+    EXPECT_THROW(a.link->send(16, hex("01"), now), std::invalid_argument);
     EXPECT_THROW(a.link->send(2, std::vector<uint8_t>(kMaxPayload + 1), now), std::length_error);
     EXPECT_EQ(a.link->waiting(), 0u);
 }
@@ -414,12 +414,12 @@ namespace {
 TEST_F(PtspLink, DelayedAckRidesOnTheNextMessageOrGoesOutAlone) {
     establish();
     b.link->set_ack_delay(2);
-    a.link->send(2, {0x01}, now);
+    a.link->send(2, hex("01"), now);
     pass(a, b);
     EXPECT_TRUE(b.out.empty());  // nothing yet: the ack waits
     EXPECT_EQ(b.link->next_deadline_ms(), now + 2);
     now += 1;
-    b.link->send(2, {0x02}, now);
+    b.link->send(2, hex("02"), now);
     ASSERT_EQ(b.out.size(), 1u);  // the answer, carrying the ack
     EXPECT_EQ(b.wire.back().ack, 1);
     EXPECT_TRUE(b.wire.back().reliable);
@@ -428,7 +428,7 @@ TEST_F(PtspLink, DelayedAckRidesOnTheNextMessageOrGoesOutAlone) {
     EXPECT_EQ(b.out.size(), 1u);  // no ack-only after all
     carry();                      // a acknowledges the answer at once
 
-    a.link->send(2, {0x03}, now);
+    a.link->send(2, hex("03"), now);
     pass(a, b);
     EXPECT_TRUE(b.out.empty());
     now += 1;
@@ -438,6 +438,30 @@ TEST_F(PtspLink, DelayedAckRidesOnTheNextMessageOrGoesOutAlone) {
     b.link->tick(now);  // the delay is over: the ack goes alone
     ASSERT_EQ(b.out.size(), 1u);
     EXPECT_EQ(b.wire.back(), packet(0, 2, false, true, 0, {}));
+}
+
+// A peer whose window is full can send nothing more: its packets are
+// acknowledged at once, however long the delay, and counting starts again
+// from the ack.
+TEST_F(PtspLink, DelayedAckGoesAtOnceWhenThePeersWindowIsFull) {
+    establish();
+    b.link->set_ack_delay(10);
+    send_all(a, 3);
+    pass(a, b);
+    EXPECT_TRUE(b.out.empty());  // three owed: the ack waits
+    send_all(a, 3, 3);           // one fills a's window, two wait for the ack
+    pass(a, b);
+    ASSERT_EQ(b.out.size(), 1u);
+    EXPECT_EQ(b.wire.back(), packet(0, 4, false, true, 0, {}));
+    pass(b, a);                  // the window opens: the other two come
+    pass(a, b);
+    EXPECT_TRUE(b.out.empty());  // two owed: the ack waits again
+    now += 10;
+    b.link->tick(now);
+    ASSERT_EQ(b.out.size(), 1u);
+    EXPECT_EQ(b.wire.back(), packet(0, 6, false, true, 0, {}));
+    EXPECT_EQ(b.got.size(), 6u);
+    EXPECT_EQ(a.link->retransmissions(), 0u);
 }
 
 }  // namespace

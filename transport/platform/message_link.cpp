@@ -25,8 +25,8 @@ uint32_t now_ms() {
 // The codec state, guarded by mutex_. Its write callback only collects
 // frames; they are written once the state is consistent.
 struct MessageLink::Engine {
-    std::vector<std::vector<uint8_t>> frames;
-    std::vector<std::pair<uint8_t, std::vector<uint8_t>>> messages;  // H4
+    Runs frames;    // tagged 0
+    Runs messages;  // for the receive handler once the lock is let go (H4, and PTSP for the host)
     bool link_up = false;
     bool peer_reset = false;
     std::vector<uint8_t> bad_types;
@@ -42,11 +42,18 @@ MessageLink::MessageLink(std::unique_ptr<ByteStream> stream, LinkProtocol protoc
     if (protocol_ != LinkProtocol::ptsp) return;
     Engine* engine = engine_.get();
     engine_->ptsp = std::make_unique<ptsp::Link>(ptsp::Link::Callbacks{
-        [engine](std::span<const uint8_t> frame) { engine->frames.emplace_back(frame.begin(), frame.end()); },
-        [this](uint8_t channel, std::span<const uint8_t> payload) {
+        [engine](std::span<const uint8_t> frame) { engine->frames.add(0, frame); },
+        [this, engine](uint8_t channel, std::span<const uint8_t> payload) {
             if (!handlers_.receive) return;
+            // The host's messages are handed on once the codec is free again,
+            // so that a script woken by one can send at once. The chip answers
+            // while the codec is locked, so that its answer carries the ack.
+            if (role_ == LinkRole::host) {
+                engine->messages.add(channel, payload);
+                return;
+            }
             MessageLink* outer = std::exchange(t_delivering, this);
-            handlers_.receive(channel, std::vector<uint8_t>(payload.begin(), payload.end()));
+            handlers_.receive(channel, payload);
             t_delivering = outer;
         },
         [engine] { engine->link_up = true; },
@@ -54,7 +61,10 @@ MessageLink::MessageLink(std::unique_ptr<ByteStream> stream, LinkProtocol protoc
     });
     // A script answers a chip's message within microseconds when it answers
     // at all: its next message carries the acknowledgement, which saves the
-    // chip a wake-up for an ack-only frame.
+    // chip a wake-up for an ack-only frame. The delay is longer than a kernel
+    // tick: the reader sleeps until it after every message it hands on, and a
+    // sleep that ends before the next tick costs a timer reprogramming each
+    // time (a quarter of the round-trip rate on a virtual machine).
     if (role_ == LinkRole::host) engine_->ptsp->set_ack_delay(kHostAckDelayMs);
 }
 
@@ -91,15 +101,28 @@ bool MessageLink::send(uint8_t channel, std::span<const uint8_t> message) {
     }
     if (message.size() > kPtspMaxMessage) return false;
     if (t_delivering == this) {
-        engine_->ptsp->send(channel, {message.begin(), message.end()}, now_ms());
+        engine_->ptsp->send(channel, message, now_ms());
         return true;
     }
-    // A sender never waits for the codec's lock: whoever holds it takes the
-    // message from the outbox before letting go. So no lock a caller holds
-    // can deadlock with a receive handler that holds the codec.
-    {
-        std::lock_guard lock(outbox_mutex_);
-        outbox_.emplace_back(channel, std::vector<uint8_t>(message.begin(), message.end()));
+    // A sender never waits for the codec's lock. When it is free, the
+    // message goes straight in, behind any in the outbox.
+    std::unique_lock lock(mutex_, std::try_to_lock);
+    if (lock) {
+        drain_outbox();
+        engine_->ptsp->send(channel, message, now_ms());
+        wake_reader_if_due_sooner();
+        flush_frames(lock);
+        // Another sender may have found the lock taken meanwhile and left
+        // its message in the outbox for the holder.
+        std::lock_guard outbox_lock(outbox_mutex_);
+        if (outbox_.empty()) return true;
+    } else {
+        // Whoever holds the lock takes the message from the outbox before
+        // letting go. So no lock a caller holds can deadlock with a receive
+        // handler that holds the codec.
+        std::lock_guard outbox_lock(outbox_mutex_);
+        outbox_.add(channel, message);
+        outbox_filled_.store(true, std::memory_order_release);
     }
     pump();
     return true;
@@ -107,41 +130,59 @@ bool MessageLink::send(uint8_t channel, std::span<const uint8_t> message) {
 
 void MessageLink::pump() {
     for (;;) {
+        {
+            std::lock_guard outbox_lock(outbox_mutex_);
+            if (outbox_.empty()) return;
+        }
         std::unique_lock lock(mutex_, std::try_to_lock);
         if (!lock) return;  // the holder pumps when it lets go
         drain_outbox();
-        // A new message may need a resend before the reader means to wake:
-        // wake it, so that it sleeps until the codec's new deadline.
-        if (protocol_ == LinkProtocol::ptsp && running_ &&
-            static_cast<int32_t>(engine_->ptsp->next_deadline_ms() - reader_wake_ms_.load()) < 0)
-            stream_->interrupt();
+        wake_reader_if_due_sooner();
         flush_frames(lock);
-        std::lock_guard outbox_lock(outbox_mutex_);
-        if (outbox_.empty()) return;
     }
 }
 
+// A new message may need a resend before the reader means to wake: wake it,
+// so that it sleeps until the codec's new deadline.
+void MessageLink::wake_reader_if_due_sooner() {
+    if (protocol_ == LinkProtocol::ptsp && running_ &&
+        static_cast<int32_t>(engine_->ptsp->next_deadline_ms() - reader_wake_ms_.load()) < 0)
+        stream_->interrupt();
+}
+
 void MessageLink::drain_outbox() {
-    std::vector<std::pair<uint8_t, std::vector<uint8_t>>> waiting;
+    // Unlocked, a look may miss a message just added; its sender then found
+    // the codec's lock taken, and the holder looks again, locked, once it
+    // lets go (pump).
+    if (!outbox_filled_.load(std::memory_order_acquire)) return;
     {
         std::lock_guard lock(outbox_mutex_);
-        waiting.swap(outbox_);
+        std::swap(draining_, outbox_);
+        outbox_filled_.store(false, std::memory_order_relaxed);
     }
-    for (auto& [channel, message] : waiting) engine_->ptsp->send(channel, std::move(message), now_ms());
+    // Emptied even when the codec refuses a message, so none goes twice.
+    struct Empty {
+        Runs& runs;
+        ~Empty() { runs.clear(); }
+    } empty{draining_};
+    const uint32_t now = now_ms();
+    draining_.for_each([&](uint8_t channel, std::span<const uint8_t> message) {
+        engine_->ptsp->send(channel, message, now);
+    });
 }
 
 // Writes the frames the codec made, in its order: the write lock is taken
 // before the codec's lock is let go. Releases the codec's lock.
 void MessageLink::flush_frames(std::unique_lock<std::mutex>& lock) {
-    std::vector<std::vector<uint8_t>> frames;
-    frames.swap(engine_->frames);
-    if (frames.empty()) {
+    if (engine_->frames.empty()) {
         lock.unlock();
         return;
     }
     std::lock_guard write_lock(write_mutex_);
+    std::swap(writing_, engine_->frames);  // writing_ was empty: both keep their buffers
     lock.unlock();
-    for (const auto& frame : frames) stream_->write(frame);
+    writing_.for_each([&](uint8_t, std::span<const uint8_t> frame) { stream_->write(frame); });
+    writing_.clear();
 }
 
 void MessageLink::reader() {
@@ -151,7 +192,6 @@ void MessageLink::reader() {
         long got = stream_->read(buffer, timeout);
         if (got < 0) break;  // end of stream or closed
         std::span<const uint8_t> bytes(buffer.data(), static_cast<size_t>(got));
-        std::vector<std::pair<uint8_t, std::vector<uint8_t>>> messages;
         bool peer_reset = false;
         std::vector<uint8_t> bad_types;
         {
@@ -159,11 +199,13 @@ void MessageLink::reader() {
             Engine& e = *engine_;
             if (protocol_ == LinkProtocol::ptsp) {
                 drain_outbox();
-                if (got > 0) e.ptsp->receive(bytes, now_ms());  // delivers as it goes
-                e.ptsp->tick(now_ms());
+                const uint32_t now = now_ms();
+                if (got > 0) e.ptsp->receive(bytes, now);  // delivers as it goes
+                e.ptsp->tick(now);
                 // Sleep until the codec's next timer, or until bytes arrive.
-                timeout = std::max(0, static_cast<int>(static_cast<int32_t>(e.ptsp->next_deadline_ms() - now_ms())));
-                reader_wake_ms_ = now_ms() + static_cast<uint32_t>(timeout);
+                const uint32_t after = now_ms();
+                timeout = std::max(0, static_cast<int>(static_cast<int32_t>(e.ptsp->next_deadline_ms() - after)));
+                reader_wake_ms_ = after + static_cast<uint32_t>(timeout);
                 retransmissions_ = e.ptsp->retransmissions();
                 frames_dropped_ = e.ptsp->frames_dropped();
             } else {
@@ -175,13 +217,13 @@ void MessageLink::reader() {
                         if (!ours) return;  // other HCI traffic is not ours to carry
                         if (auto block = h4::tunnel_block(packet))
                             if (auto message = e.reassembler.feed(*block))
-                                e.messages.emplace_back(message->channel, std::move(message->bytes));
+                                e.messages.add(message->channel, message->bytes);
                     },
                     [&](uint8_t byte) { e.bad_types.push_back(byte); });
                 frames_dropped_ = e.reassembler.dropped();
                 timeout = 250;
             }
-            messages.swap(e.messages);
+            std::swap(received_, e.messages);  // received_ was empty: both keep their buffers
             bad_types.swap(e.bad_types);
             peer_reset = std::exchange(e.peer_reset, false);
             if (std::exchange(e.link_up, false)) {
@@ -191,11 +233,11 @@ void MessageLink::reader() {
             flush_frames(lock);
         }
         pump();
-        if (peer_reset && handlers_.peer_reset) handlers_.peer_reset();
         for (uint8_t byte : bad_types)
             if (handlers_.damaged) handlers_.damaged(byte);
-        for (auto& [channel, message] : messages)
-            if (handlers_.receive) handlers_.receive(channel, std::move(message));
+        if (handlers_.receive) received_.for_each(handlers_.receive);
+        received_.clear();
+        if (peer_reset && handlers_.peer_reset) handlers_.peer_reset();
     }
 }
 

@@ -25,9 +25,12 @@ enum class LinkRole { host, chip };
 class MessageLink {
 public:
     struct Handlers {
-        // On the reader thread; may call send(). Over PTSP it runs while the
-        // codec is locked, so it must not wait for anything the link does.
-        std::function<void(uint8_t channel, std::vector<uint8_t> message)> receive;
+        // On the reader thread; may call send(). For the chip over PTSP it
+        // runs while the codec is locked, so it must not wait for anything
+        // the link does; for the host, once the codec's lock is let go.
+        // The bytes are the link's own until the handler returns: it copies
+        // what it keeps.
+        std::function<void(uint8_t channel, std::span<const uint8_t> message)> receive;
         // PTSP: the peer restarted; the link is established again.
         std::function<void()> peer_reset;
         // H4: a byte that starts no packet; the stream resynchronises.
@@ -57,14 +60,39 @@ public:
     uint64_t frames_dropped() const { return frames_dropped_.load(); }
 
     static constexpr size_t kPtspMaxMessage = 4095;
-    static constexpr uint32_t kHostAckDelayMs = 2;
+    static constexpr uint32_t kHostAckDelayMs = 10;  // see the constructor
 
 private:
     struct Engine;
 
+    // Byte runs kept end to end in buffers that are reused, so that passing
+    // frames and messages between threads allocates nothing once warm.
+    struct Runs {
+        std::vector<uint8_t> bytes;
+        std::vector<std::pair<uint8_t, size_t>> ends;  // a tag (the channel) and where the run ends
+        void add(uint8_t tag, std::span<const uint8_t> run) {
+            bytes.insert(bytes.end(), run.begin(), run.end());
+            ends.emplace_back(tag, bytes.size());
+        }
+        bool empty() const { return ends.empty(); }
+        void clear() {
+            bytes.clear();
+            ends.clear();
+        }
+        template <typename F>
+        void for_each(F&& f) const {
+            size_t start = 0;
+            for (const auto& [tag, end] : ends) {
+                f(tag, std::span<const uint8_t>(bytes.data() + start, end - start));
+                start = end;
+            }
+        }
+    };
+
     void reader();
     void pump();          // feeds the outbox to the codec, if its lock is free
     void drain_outbox();  // mutex_ held
+    void wake_reader_if_due_sooner();  // mutex_ held
     void flush_frames(std::unique_lock<std::mutex>& lock);
 
     std::unique_ptr<ByteStream> stream_;
@@ -73,11 +101,16 @@ private:
     Handlers handlers_;
     std::unique_ptr<Engine> engine_;  // codec state, guarded by mutex_
 
-    // Lock order: mutex_, then write_mutex_; outbox_mutex_ is taken alone.
+    // Lock order: mutex_, then write_mutex_; outbox_mutex_ is taken last and
+    // held only briefly.
     std::mutex mutex_;
     std::mutex write_mutex_;  // frames go out whole, in order
     std::mutex outbox_mutex_;
-    std::vector<std::pair<uint8_t, std::vector<uint8_t>>> outbox_;
+    Runs outbox_;    // messages whose sender found the codec busy; outbox_mutex_
+    std::atomic<bool> outbox_filled_{false};  // written under outbox_mutex_
+    Runs draining_;  // the outbox being fed to the codec; mutex_
+    Runs writing_;   // frames being written; write_mutex_
+    Runs received_;  // messages being handed to the receive handler; the reader's own
     std::condition_variable established_changed_;
     std::atomic<bool> established_{false};
     std::atomic<bool> running_{false};

@@ -2,7 +2,7 @@
 
 #include <algorithm>
 #include <array>
-#include <optional>
+#include <cstring>
 #include <stdexcept>
 
 namespace kestrel::ptsp {
@@ -30,33 +30,37 @@ uint16_t get_be16(std::span<const uint8_t> bytes, size_t at) {
     return static_cast<uint16_t>(bytes[at] << 8 | bytes[at + 1]);
 }
 
-void put_escaped(std::vector<uint8_t>& out, uint8_t byte) {
+// Writes the byte at `out`, escaped; past what was written.
+uint8_t* put_escaped(uint8_t* out, uint8_t byte) {
     if (byte == kEnd) {
-        out.insert(out.end(), {kEsc, kEscEnd});
+        *out++ = kEsc;
+        *out++ = kEscEnd;
     } else if (byte == kEsc) {
-        out.insert(out.end(), {kEsc, kEscEsc});
+        *out++ = kEsc;
+        *out++ = kEscEsc;
     } else {
-        out.push_back(byte);
+        *out++ = byte;
     }
+    return out;
 }
 
-// A frame candidate, unescaped, without its delimiters.
-std::optional<Packet> parse_frame(std::span<const uint8_t> bytes) {
-    if (bytes.size() < kHeaderLength) return std::nullopt;
-    if (static_cast<uint8_t>(bytes[0] + bytes[1] + bytes[2] + bytes[3]) != 0xFF) return std::nullopt;
+// A frame candidate, unescaped, without its delimiters, into `packet`
+// (whose payload buffer is reused). False when it is no frame.
+bool parse_frame(std::span<const uint8_t> bytes, Packet& packet) {
+    if (bytes.size() < kHeaderLength) return false;
+    if (static_cast<uint8_t>(bytes[0] + bytes[1] + bytes[2] + bytes[3]) != 0xFF) return false;
     const size_t length = bytes[1] >> 4 | size_t{bytes[2]} << 4;
     const bool has_crc = (bytes[0] & kCrcFlag) != 0;
     const size_t body = kHeaderLength + length;
-    if (bytes.size() != body + (has_crc ? kCrcLength : 0)) return std::nullopt;
-    if (has_crc && get_be16(bytes, body) != crc_on_wire(bytes.first(body))) return std::nullopt;
-    return Packet{
-        .seq = static_cast<uint8_t>(bytes[0] & kSeqMask),
-        .ack = static_cast<uint8_t>(bytes[0] >> kAckShift & kSeqMask),
-        .reliable = (bytes[0] & kReliableFlag) != 0,
-        .has_crc = has_crc,
-        .channel = static_cast<uint8_t>(bytes[1] & 0x0F),
-        .payload = {bytes.begin() + kHeaderLength, bytes.begin() + body},
-    };
+    if (bytes.size() != body + (has_crc ? kCrcLength : 0)) return false;
+    if (has_crc && get_be16(bytes, body) != crc_on_wire(bytes.first(body))) return false;
+    packet.seq = static_cast<uint8_t>(bytes[0] & kSeqMask);
+    packet.ack = static_cast<uint8_t>(bytes[0] >> kAckShift & kSeqMask);
+    packet.reliable = (bytes[0] & kReliableFlag) != 0;
+    packet.has_crc = has_crc;
+    packet.channel = static_cast<uint8_t>(bytes[1] & 0x0F);
+    packet.payload.assign(bytes.begin() + kHeaderLength, bytes.begin() + static_cast<std::ptrdiff_t>(body));
+    return true;
 }
 
 bool is(const Packet& packet, const LinkMessage& message) {
@@ -77,63 +81,99 @@ constexpr std::array<uint16_t, 256> kCrcTable = [] {
     return table;
 }();
 
-uint16_t crc_register(std::span<const uint8_t> bytes) {
-    uint16_t crc = 0xFFFF;
+namespace {
+
+// Each byte value with its bits in reverse order.
+constexpr std::array<uint8_t, 256> kReversed = [] {
+    std::array<uint8_t, 256> table{};
+    for (unsigned value = 0; value < 256; ++value) {
+        unsigned reversed = 0;
+        for (int bit = 0; bit < 8; ++bit) reversed |= (value >> bit & 1u) << (7 - bit);
+        table[value] = static_cast<uint8_t>(reversed);
+    }
+    return table;
+}();
+
+uint16_t crc_step(uint16_t crc, std::span<const uint8_t> bytes) {
     for (uint8_t byte : bytes) crc = static_cast<uint16_t>(crc >> 8 ^ kCrcTable[(crc ^ byte) & 0xFF]);
     return crc;
 }
 
-uint16_t crc_on_wire(std::span<const uint8_t> bytes) {
-    uint16_t reg = crc_register(bytes);
-    uint16_t reversed = 0;
-    for (int bit = 0; bit < 16; ++bit, reg >>= 1) reversed = static_cast<uint16_t>(reversed << 1 | (reg & 1));
-    return reversed;
+uint16_t reverse16(uint16_t value) {
+    return static_cast<uint16_t>(kReversed[value & 0xFF] << 8 | kReversed[value >> 8]);
+}
+
+}  // namespace
+
+uint16_t crc_register(std::span<const uint8_t> bytes) { return crc_step(0xFFFF, bytes); }
+
+uint16_t crc_on_wire(std::span<const uint8_t> bytes) { return reverse16(crc_register(bytes)); }
+
+void append_frame(const Packet& packet, std::vector<uint8_t>& out) {
+    const size_t length = packet.payload.size();
+    if (length > kMaxPayload) throw std::length_error("PTSP payload longer than 4095 bytes");
+    std::array<uint8_t, kHeaderLength> header{
+        static_cast<uint8_t>((packet.seq & kSeqMask) | (packet.ack & kSeqMask) << kAckShift |
+                             (packet.has_crc ? kCrcFlag : 0) | (packet.reliable ? kReliableFlag : 0)),
+        static_cast<uint8_t>((packet.channel & 0x0F) | (length & 0x0F) << 4),
+        static_cast<uint8_t>(length >> 4),
+        0,
+    };
+    header[3] = static_cast<uint8_t>(~(header[0] + header[1] + header[2]));
+    // Room for the worst case, every byte escaped; trimmed to what was written.
+    const size_t start = out.size();
+    out.resize(start + 2 * (kHeaderLength + length + kCrcLength) + 2);
+    uint8_t* at = out.data() + start;
+    *at++ = kEnd;
+    for (uint8_t byte : header) at = put_escaped(at, byte);
+    for (uint8_t byte : packet.payload) at = put_escaped(at, byte);
+    if (packet.has_crc) {
+        const uint16_t crc = reverse16(crc_step(crc_register(header), packet.payload));
+        at = put_escaped(at, static_cast<uint8_t>(crc >> 8));
+        at = put_escaped(at, static_cast<uint8_t>(crc));
+    }
+    *at++ = kEnd;
+    out.resize(static_cast<size_t>(at - out.data()));
 }
 
 std::vector<uint8_t> encode_frame(const Packet& packet) {
-    const size_t length = packet.payload.size();
-    if (length > kMaxPayload) throw std::length_error("PTSP payload longer than 4095 bytes");
-    std::vector<uint8_t> body;
-    body.reserve(kHeaderLength + length + kCrcLength);
-    body.push_back(static_cast<uint8_t>((packet.seq & kSeqMask) | (packet.ack & kSeqMask) << kAckShift |
-                                        (packet.has_crc ? kCrcFlag : 0) | (packet.reliable ? kReliableFlag : 0)));
-    body.push_back(static_cast<uint8_t>((packet.channel & 0x0F) | (length & 0x0F) << 4));
-    body.push_back(static_cast<uint8_t>(length >> 4));
-    body.push_back(static_cast<uint8_t>(~(body[0] + body[1] + body[2])));
-    body.insert(body.end(), packet.payload.begin(), packet.payload.end());
-    if (packet.has_crc) {
-        const uint16_t crc = crc_on_wire(body);
-        body.push_back(static_cast<uint8_t>(crc >> 8));
-        body.push_back(static_cast<uint8_t>(crc));
-    }
     std::vector<uint8_t> frame;
-    frame.reserve(body.size() + body.size() / 8 + 4);
-    frame.push_back(kEnd);
-    for (uint8_t byte : body) put_escaped(frame, byte);
-    frame.push_back(kEnd);
+    append_frame(packet, frame);
     return frame;
 }
 
 void FrameDecoder::feed(std::span<const uint8_t> bytes, const PacketHandler& on_packet) {
-    for (uint8_t byte : bytes) {
+    const uint8_t* at = bytes.data();
+    const uint8_t* const end = at + bytes.size();
+    while (at != end) {
+        const uint8_t byte = *at;
         if (byte == kEnd) {
+            ++at;
             if (!hunting_) end_frame(on_packet);
             hunting_ = false;
         } else if (hunting_ || bad_) {
-            continue;
+            // Nothing to keep before the next delimiter.
+            const void* next = std::memchr(at, kEnd, static_cast<size_t>(end - at));
+            at = next ? static_cast<const uint8_t*>(next) : end;
         } else if (escaped_) {
+            ++at;
             escaped_ = false;
             if (byte == kEscEnd) {
-                keep(kEnd);
+                keep(&kEnd, 1);
             } else if (byte == kEscEsc) {
-                keep(kEsc);
+                keep(&kEsc, 1);
             } else {
                 bad_ = true;
             }
         } else if (byte == kEsc) {
+            ++at;
             escaped_ = true;
         } else {
-            keep(byte);
+            // A run of plain bytes is kept at once.
+            const uint8_t* run_end = at + 1;
+            while (run_end != end && *run_end != kEnd && *run_end != kEsc) ++run_end;
+            keep(at, static_cast<size_t>(run_end - at));
+            at = run_end;
         }
     }
 }
@@ -145,23 +185,23 @@ void FrameDecoder::reset() {
     bad_ = false;
 }
 
-void FrameDecoder::keep(uint8_t byte) {
-    if (frame_.size() == kMaxFrame) {
+void FrameDecoder::keep(const uint8_t* bytes, size_t count) {
+    if (frame_.size() + count > kMaxFrame) {
         bad_ = true;
     } else {
-        frame_.push_back(byte);
+        frame_.insert(frame_.end(), bytes, bytes + count);
     }
 }
 
 void FrameDecoder::end_frame(const PacketHandler& on_packet) {
     const bool bad = bad_ || escaped_;  // a frame may not end inside an escape
     const bool empty = frame_.empty();
-    const std::optional<Packet> packet = bad || empty ? std::nullopt : parse_frame(frame_);
+    const bool parsed = !bad && !empty && parse_frame(frame_, packet_);
     frame_.clear();
     escaped_ = false;
     bad_ = false;
-    if (packet) {
-        on_packet(*packet);
+    if (parsed) {
+        on_packet(packet_);
     } else if (bad || !empty) {
         ++dropped_;
     }
@@ -182,7 +222,8 @@ void Link::receive(std::span<const uint8_t> bytes, uint32_t now_ms) {
     const bool owed_before = ack_owed_;
     decoder_.feed(bytes, [this](const Packet& packet) { handle(packet); });
     if (!ack_owed_) return;
-    if (ack_delay_ms_ == 0) {
+    // A peer with a full window can send nothing more until acknowledged.
+    if (ack_delay_ms_ == 0 || owed_packets_ >= kWindow) {
         write_ack_only();
     } else if (!owed_before) {
         ack_due_ms_ = now_ + ack_delay_ms_;
@@ -194,11 +235,17 @@ void Link::write_ack_only() {
     write_packet(ack_only);
 }
 
-void Link::send(uint8_t channel, std::vector<uint8_t> payload, uint32_t now_ms) {
+void Link::send(uint8_t channel, std::span<const uint8_t> payload, uint32_t now_ms) {
     if (channel <= kLinkChannel || channel > kMaxChannel) throw std::invalid_argument("PTSP channel not for data");
     if (payload.size() > kMaxPayload) throw std::length_error("PTSP payload longer than 4095 bytes");
     now_ = now_ms;
-    waiting_.push_back({.packet = {.reliable = true, .channel = channel, .payload = std::move(payload)}});
+    std::vector<uint8_t> buffer;
+    if (!spare_.empty()) {
+        buffer = std::move(spare_.back());
+        spare_.pop_back();
+    }
+    buffer.assign(payload.begin(), payload.end());
+    waiting_.push_back({.packet = {.reliable = true, .channel = channel, .payload = std::move(buffer)}});
     fill_window();
 }
 
@@ -239,6 +286,7 @@ void Link::handle(const Packet& packet) {
     bool fresh = !packet.reliable;
     if (packet.reliable) {
         ack_owed_ = true;
+        ++owed_packets_;
         if (packet.seq == expected_seq_) {
             expected_seq_ = next_seq(expected_seq_);
             fresh = true;
@@ -279,6 +327,8 @@ void Link::take_ack(uint8_t ack) {
     // An ack outside the window (stale or corrupt past the CRC) releases nothing.
     const size_t released = (ack - unacked_.front().packet.seq) & kSeqMask;
     if (released == 0 || released > unacked_.size()) return;
+    for (size_t i = 0; i < released && spare_.size() < 2 * kWindow; ++i)
+        spare_.push_back(std::move(unacked_[i].packet.payload));
     unacked_.erase(unacked_.begin(), unacked_.begin() + static_cast<std::ptrdiff_t>(released));
     fill_window();
 }
@@ -299,6 +349,7 @@ void Link::restart_sequences() {
     next_seq_ = 0;
     expected_seq_ = 0;
     ack_owed_ = false;
+    owed_packets_ = 0;
     while (!unacked_.empty()) {
         waiting_.push_front(std::move(unacked_.back()));
         unacked_.pop_back();
@@ -321,8 +372,10 @@ void Link::write_packet(Packet& packet) {
     packet.ack = expected_seq_;
     packet.has_crc = true;
     ack_owed_ = false;
-    const std::vector<uint8_t> frame = encode_frame(packet);
-    callbacks_.write(frame);
+    owed_packets_ = 0;
+    frame_.clear();
+    append_frame(packet, frame_);
+    callbacks_.write(frame_);
 }
 
 }  // namespace kestrel::ptsp

@@ -49,12 +49,15 @@ struct Packet {
 // One whole frame, 0xC0 at both ends. seq, ack and channel are masked to
 // their fields; a payload over kMaxPayload throws std::length_error.
 std::vector<uint8_t> encode_frame(const Packet& packet);
+// The same frame appended to `out`, whose buffer a caller can keep.
+void append_frame(const Packet& packet, std::vector<uint8_t>& out);
 
 // Incremental decoder, fed arbitrary chunks. Bytes before the first 0xC0 are
 // skipped; after it, whatever lies between two 0xC0 is a frame candidate, so
 // garbage between frames counts as one dropped frame. Empty frames are
 // ignored. Candidates with a bad escape, header checksum, length or CRC are
-// dropped and counted. The state is settled before each callback.
+// dropped and counted. The state is settled before each callback; the
+// packet passed to it is the decoder's own, valid until the callback returns.
 class FrameDecoder {
 public:
     using PacketHandler = std::function<void(const Packet&)>;
@@ -65,9 +68,10 @@ public:
 
 private:
     void end_frame(const PacketHandler& on_packet);
-    void keep(uint8_t byte);
+    void keep(const uint8_t* bytes, size_t count);  // or mark the frame overlong
 
     std::vector<uint8_t> frame_;  // unescaped bytes of the current candidate
+    Packet packet_;               // the last one decoded; its buffer is reused
     bool hunting_ = true;
     bool escaped_ = false;
     bool bad_ = false;            // bad escape or overlong: dropped at its end
@@ -110,13 +114,15 @@ public:
     void start(uint32_t now_ms);
     // Bytes read from the line, any chunking. Ignored before start().
     void receive(std::span<const uint8_t> bytes, uint32_t now_ms);
-    // Reliable data on channels 2-15; queued without limit, written as the
-    // window opens once garrulous. Never waits. std::invalid_argument for
-    // channels 0, 1 and above 15, std::length_error above kMaxPayload.
-    void send(uint8_t channel, std::vector<uint8_t> payload, uint32_t now_ms);
+    // Reliable data on channels 2-15, copied; queued without limit, written
+    // as the window opens once garrulous. Never waits. std::invalid_argument
+    // for channels 0, 1 and above 15, std::length_error above kMaxPayload.
+    void send(uint8_t channel, std::span<const uint8_t> payload, uint32_t now_ms);
     // How long an acknowledgement may wait for data to ride on before it
     // goes out alone (0, the default: at the end of the receive that owes
-    // it). A host whose scripts answer quickly saves a frame each way.
+    // it). A host whose scripts answer quickly saves a frame each way. It
+    // never waits once kWindow reliable packets are owed: the peer's window
+    // is full.
     void set_ack_delay(uint32_t ms) { ack_delay_ms_ = ms; }
     // Runs the timers that are due.
     void tick(uint32_t now_ms);
@@ -159,10 +165,15 @@ private:
     uint8_t next_seq_ = 0;
     uint8_t expected_seq_ = 0;
     bool ack_owed_ = false;
+    size_t owed_packets_ = 0;  // reliable packets received since an ack went out
     uint32_t ack_delay_ms_ = 0;
     uint32_t ack_due_ms_ = 0;  // when an owed acknowledgement goes out alone
     std::deque<Outgoing> unacked_;  // in sequence order
     std::deque<Outgoing> waiting_;
+    // Payload buffers of acknowledged packets, for the next sends, and the
+    // buffer each frame is encoded into: no allocation per message.
+    std::vector<std::vector<uint8_t>> spare_;
+    std::vector<uint8_t> frame_;
     uint64_t retransmissions_ = 0;
     uint64_t duplicates_dropped_ = 0;
     uint64_t peer_resets_ = 0;

@@ -1,7 +1,9 @@
 # The same chip over the H4 vendor tunnel, with its start-up line shown.
 PT_option +primdebug in debug
-PT_connect sim h4 115200; after 300
-PT_send $PTCMD_PRIM 10 $PTCMDPDU_GETREQ 9 7 $PTCMDVARID_CHIPVER 0 0 0 0 0
+PT_connect sim h4 115200
+# The chip powers on at the host's first byte; the wait lets its start-up
+# line come before the next prompt.
+PT_send $PTCMD_PRIM 10 $PTCMDPDU_GETREQ 9 7 $PTCMDVARID_CHIPVER 0 0 0 0 0; after 300
 puts [PT_wait {$PTCMD_PRIM}]
 # A VM message longer than one tunnel fragment comes back whole.
 set words {}
