@@ -8,6 +8,7 @@
 #include <optional>
 #include <string>
 #include <string_view>
+#include <vector>
 
 namespace kestrel {
 
@@ -18,8 +19,32 @@ enum class PayloadMode : uint32_t {
     tcl = 4,
 };
 
+// Flags of generate and check.
+inline constexpr uint32_t kPayloadUseMode = 1;            // the call's mode, not the generator's
+inline constexpr uint32_t kPayloadUseCounter = 2;         // the caller's counter, advanced in place
+inline constexpr uint32_t kPayloadReceive = 0x80000000u;  // the receive counter (every check)
+
+// The outcome of a check: on a failure the counts, the first bad offset and
+// what was expected.
+struct PayloadCheck {
+    bool pass;
+    uint32_t bad_bytes;
+    uint32_t bad_bits;
+    uint32_t first_bad;
+    std::vector<uint8_t> expected;
+};
+
 class PayloadGenerator {
 public:
+    // A payload of length bytes in the chosen mode; nothing for a length of 0
+    // or on failure. The chosen counter advances.
+    std::optional<std::vector<uint8_t>> generate(uint32_t length, uint32_t mode = 0, uint32_t* counter = nullptr,
+                                                 uint32_t flags = 0);
+    // Compares received bytes with the expected sequence (always on the
+    // receive side: kPayloadReceive is added to flags).
+    PayloadCheck check(const uint8_t* data, uint32_t length, uint32_t mode = 0, uint32_t* counter = nullptr,
+                       uint32_t flags = 0);
+
     // +agpmode: enabled, both sequences back at their start.
     void enable();
     // -agpmode: every check passes until enabled again.
