@@ -1,4 +1,4 @@
-puts [lsort [array names manual]]
+puts [lsort [array names manual PT_*]]
 set entry $manual(PT_option)
 puts [llength $entry]
 puts [lindex $entry 0]
