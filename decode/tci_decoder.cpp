@@ -53,7 +53,7 @@ int decode_tci_wait(SessionContext& session, Tcl_Interp* interp, uint32_t channe
     Tcl_AppendElement(interp, text);
     std::snprintf(text, sizeof text, "0x%lx", static_cast<unsigned long>(static_cast<uint32_t>(type)));
     Tcl_AppendElement(interp, text);
-    return decode_received_primitive(interp, *row, kChannelTci, packet, size, false);
+    return decode_received_primitive(session, interp, *row, kChannelTci, packet, size, false);
 }
 
 void trace_tci_received(const PrimitiveDef& row, bool command, std::span<const uint8_t> packet) {

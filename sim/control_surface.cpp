@@ -4,7 +4,10 @@
 #include <cstdio>
 #include <iterator>
 
+#include "decode/received_primitives.h"
 #include "sim/chip_options.h"
+#include "sim/primitive_builder.h"
+#include "transport/platform/message_codec.h"
 
 namespace kestrel::sim {
 namespace {
@@ -15,6 +18,10 @@ constexpr std::string_view kHelp =
     "received               what the chip received, one line per message: CHANNEL: HEX BYTES\n"
     "clear                  forget what the chip received\n"
     "send CHANNEL BYTE...   send a message as the chip, on channel 2 to 15\n"
+    "repeat COUNT CHANNEL BYTE...  send the message COUNT times, one after the other\n"
+    "prim NAME [FIELD=VALUE]...  send a stack primitive built from its layout (arrays and\n"
+    "                       blocks: values separated by commas; pointer arrays: blocks\n"
+    "                       separated by slashes; names: the text)\n"
     "debug TEXT...          send the text on the debug channel (11)\n"
     "rate [BAUD]            pace the line as a UART (0: unlimited)\n"
     "latency [MS]           delay every byte by MS milliseconds\n"
@@ -59,7 +66,7 @@ ControlResult clear(SimulatedChip& chip, Words) {
     return ok("");
 }
 
-ControlResult send(SimulatedChip& chip, Words args) {
+ControlResult send_times(SimulatedChip& chip, uint64_t count, Words args) {
     const auto channel = parse_number(args[0], 15);
     if (!channel || *channel < 2) return fail("Error, bad channel '" + args[0] + "' (2 to 15)\n");
     std::vector<uint8_t> bytes;
@@ -69,7 +76,30 @@ ControlResult send(SimulatedChip& chip, Words args) {
         bytes.push_back(static_cast<uint8_t>(*byte));
     }
     std::string error;
-    if (!chip.send(static_cast<uint8_t>(*channel), bytes, error)) return fail(error);
+    for (uint64_t i = 0; i < count; ++i)
+        if (!chip.send(static_cast<uint8_t>(*channel), bytes, error)) return fail(error);
+    return ok("");
+}
+
+ControlResult send(SimulatedChip& chip, Words args) { return send_times(chip, 1, args); }
+
+// A stream of one message, for measuring what the host does with a flood.
+ControlResult repeat(SimulatedChip& chip, Words args) {
+    const auto count = parse_number(args[0], 1'000'000);
+    if (!count) return fail("Error, bad count '" + args[0] + "' (0 to 1000000)\n");
+    return send_times(chip, *count, args.subspan(1));
+}
+
+// A primitive the chip sends up, built from the received table: the same
+// rows the host decodes it with, the same wire form as every message.
+ControlResult prim(SimulatedChip& chip, Words args) {
+    const auto rows = received_primitives();
+    const auto row = std::find_if(rows.begin(), rows.end(), [&](const PrimitiveDef& r) { return r.name == args[0]; });
+    if (row == rows.end()) return fail("Error, no received primitive is named '" + args[0] + "'\n");
+    std::string error;
+    const auto primitive = build_primitive(*row, args.subspan(1), error);
+    if (!primitive) return fail(error);
+    if (!chip.send(static_cast<uint8_t>(row->channel), encode_stack_message(*primitive), error)) return fail(error);
     return ok("");
 }
 
@@ -191,6 +221,8 @@ constexpr Command kCommands[] = {
     {"received", 0, 0, "received", received},
     {"clear", 0, 0, "clear", clear},
     {"send", 1, kAny, "send CHANNEL BYTE...", send},
+    {"repeat", 2, kAny, "repeat COUNT CHANNEL BYTE...", repeat},
+    {"prim", 1, kAny, "prim NAME [FIELD=VALUE]...", prim},
     {"debug", 1, kAny, "debug TEXT...", debug},
     {"rate", 0, 1, "rate [BAUD]", rate},
     {"latency", 0, 1, "latency [MS]", latency},

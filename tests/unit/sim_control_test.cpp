@@ -70,6 +70,12 @@ TEST_F(SimControlTest, SendAndDebugSpeakAsTheChip) {
     message = host_->next(kChannelRfcomm);
     ASSERT_TRUE(message);
     EXPECT_TRUE(message->bytes.empty());
+    EXPECT_TRUE(run("repeat 3 13 7 8").ok);
+    for (int i = 0; i < 3; ++i) {
+        message = host_->next(kChannelVm);
+        ASSERT_TRUE(message);
+        EXPECT_EQ(message->bytes, (std::vector<uint8_t>{7, 8}));
+    }
     EXPECT_TRUE(run("debug hello   world").ok);
     message = host_->next(kChannelDebug);
     ASSERT_TRUE(message);
@@ -83,6 +89,9 @@ TEST_F(SimControlTest, BadCommandsAnswerTheirErrorTexts) {
     expect_error("send 1 2", "Error, bad channel '1' (2 to 15)\n");
     expect_error("send 16 2", "Error, bad channel '16' (2 to 15)\n");
     expect_error("send 13 256", "Error, bad byte '256' (0 to 255)\n");
+    expect_error("repeat 3", "Error, usage: repeat COUNT CHANNEL BYTE...\n");
+    expect_error("repeat many 13 1", "Error, bad count 'many' (0 to 1000000)\n");
+    expect_error("repeat 2 1 2", "Error, bad channel '1' (2 to 15)\n");
     expect_error("send 13 0x", "Error, bad byte '0x' (0 to 255)\n");
     expect_error("debug", "Error, usage: debug TEXT...\n");
     expect_error("received now", "Error, usage: received\n");
