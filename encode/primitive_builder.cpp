@@ -3,6 +3,7 @@
 #include <cstring>
 #include <string>
 
+#include "decode/pretty_printer.h"
 #include "encode/number_conversion.h"
 #include "encode/primitive_build.h"
 #include "encode/special_fields.h"
@@ -145,6 +146,9 @@ int build_and_send(SessionContext& session, Tcl_Interp* interp, const PrimitiveD
         return TCL_ERROR;
     }
     if (tci) return send_tci_primitive(session, interp, row, build.primitive);
+    // The send path's paragraph follows the session's switches, not the
+    // link's copy.
+    print_sent_primitive(session.debug_switches, row, build.primitive);
     session.device_link->send_primitive(row, std::move(build.primitive));
     return TCL_OK;
 }
