@@ -5,6 +5,7 @@
 #include <string>
 
 #include "decode/byte_block_text.h"
+#include "decode/field_text.h"
 #include "decode/hex_dump.h"
 #include "decode/received_decoder.h"
 #include "decode/tci_received_primitives.h"
@@ -29,15 +30,6 @@ void trace_value(const char* owner, std::string_view name, uint32_t value) {
     trace_text(kFieldMask, line);
 }
 
-uint32_t read_field(const FieldDef& field, std::span<const uint8_t> packet) {
-    const uint8_t* p = packet.data() + field.offset;
-    switch (field.width) {
-    case FieldWidth::u8: return field.offset < packet.size() ? *p : 0;
-    case FieldWidth::u16: return field.offset + 2u <= packet.size() ? get_le16(p) : 0;
-    default: return field.offset + 4u <= packet.size() ? get_le32(p) : 0;
-    }
-}
-
 }  // namespace
 
 int decode_tci_wait(SessionContext& session, Tcl_Interp* interp, uint32_t channel, int32_t type,
@@ -59,6 +51,7 @@ int decode_tci_wait(SessionContext& session, Tcl_Interp* interp, uint32_t channe
 void trace_tci_received(const PrimitiveDef& row, bool command, std::span<const uint8_t> packet) {
     if (!trace_enabled(kHeaderMask) && !trace_enabled(kFieldMask)) return;
     trace_text(kHeaderMask, row.name);
+    const PrimitiveView view = PrimitiveView::record(packet.data(), static_cast<uint32_t>(packet.size()));
     if (command) {
         trace_value("prim", "common.op_code", packet.size() >= 2 ? get_le16(packet.data()) : 0);
         trace_value("prim", "common.length", packet.size() >= 3 ? packet[2] : 0);
@@ -68,7 +61,7 @@ void trace_tci_received(const PrimitiveDef& row, bool command, std::span<const u
     }
     for (const FieldDef& field : row.fields) {
         if (field.format == FieldFormat::number) {
-            trace_value("prim", field.name, read_field(field, packet));
+            trace_value("prim", field.name, view.scalar(field.width, field.offset));
             continue;
         }
         if (!trace_enabled(kFieldMask)) continue;
