@@ -9,6 +9,7 @@ packages=(
     libgtest-dev              # unit tests
     libusb-1.0-0-dev          # chips on USB
     expect socat              # terminal tests; pseudo-terminal pairs
+    clang libclang-rt-14-dev  # libFuzzer for tests/fuzz/run_fuzzers.sh
 )
 
 missing=()

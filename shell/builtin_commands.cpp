@@ -6,6 +6,7 @@
 #include "shell/manual.h"
 #include "shell/pt_option.h"
 #include "sim/sim_command.h"
+#include "transfer/payload_commands.h"
 #include "transport/connection_commands.h"
 #include "transport/wait_commands.h"
 
@@ -32,6 +33,11 @@ const BuiltinCommand kBuiltinCommands[] = {
     {"PT_option", pt_option_command, "[rfc_buffer_size/agpmode]", "None", kPtOptionHelp, nullptr},
     {"PT_send", pt_send_command, "channel [type] [prim_args...]", "None",
      "Internal command. Sends data to the specified channel.", "None"},
+    {"PT_generate", pt_generate_command, "payload_length [agpmode] [seed]", "payload...",
+     "Internal command. Generate a payload using the current agpmode.", "None"},
+    {"PT_validate", pt_validate_command, "payload [agpmode] [seed]",
+     "bad_byte_count [first_bad_byte] [expected_payload...]",
+     "Internal command. Validate a payload using the current agpmode.", "None"},
     {"PT_flush", pt_flush_command, "None", "None",
      "Internal command. Flushes Kestrel of all incoming primitives received.", "None"},
     {"PT_send_raw", pt_send_raw_command, "data (e.g. 1 2 3 4 5 6)", "None",

@@ -4,6 +4,7 @@
 
 #include <tcl.h>
 
+#include <atomic>
 #include <cstdint>
 #include <deque>
 #include <memory>
@@ -52,7 +53,8 @@ public:
     Tcl_Interp* interp = nullptr;
     std::unique_ptr<DeviceLink> device_link;  // null while no chip is connected
     PayloadGenerator payload_generator;
-    bool payload_mode = false;  // PT_option +agpmode / -agpmode
+    // PT_option +agpmode / -agpmode; the receive decoders read it too.
+    std::atomic<bool> payload_mode{false};
     SessionTotals totals{};
     // One per table-made command; a deque, so that the addresses given to
     // Tcl stay put.

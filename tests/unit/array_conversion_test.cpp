@@ -40,6 +40,14 @@ TEST_F(ArrayConversion, EscapesKeepTheirOwnArithmetic) {
     EXPECT_EQ(convert_byte_array(interp, "'x\\"), (Bytes{'x', '.'}));
     EXPECT_EQ(convert_byte_array(interp, "'x\\c"), (Bytes{'x', '.'}));
     EXPECT_EQ(convert_byte_array(interp, "'x\\x5"), (Bytes{'x', 1}));
+    EXPECT_EQ(convert_byte_array(interp, "'x\\x"), (Bytes{'x', '.'}));
+    EXPECT_EQ(convert_byte_array(interp, "'\\c'"), (Bytes{'c'}));  // the closing quote is the consumed non-letter
+}
+
+TEST_F(ArrayConversion, VerticalTabIsNoSeparator) {
+    // "1\v2" is one token, read as far as it is a number; "\v2" reads as 0.
+    EXPECT_EQ(convert_byte_array(interp, "1\v2 3"), (Bytes{1, 3}));
+    EXPECT_EQ(convert_byte_array(interp, "\v2"), (Bytes{0}));
 }
 
 TEST_F(ArrayConversion, VariablesExpandRecursively) {
@@ -60,6 +68,38 @@ TEST_F(ArrayConversion, StopsAt4096Elements) {
     for (int i = 0; i < 5000; ++i) many += "1 ";
     EXPECT_EQ(convert_byte_array(interp, many.c_str()).size(), 4096u);
     EXPECT_EQ(console.take(), "Internal Error - array overflow detected in processing large string\n");
+}
+
+TEST_F(ArrayConversion, StringsAndVariablesMeetTheCapToo) {
+    const std::string text = "'" + std::string(5000, 'a') + "'";
+    EXPECT_EQ(convert_byte_array(interp, text.c_str()).size(), 4096u);
+    EXPECT_EQ(console.take(), "Internal Error - array overflow detected in processing large string\n");
+    // A variable's elements are cut so that the total stays below 4096.
+    Tcl_SetVar(interp, "big", text.c_str(), TCL_GLOBAL_ONLY);
+    EXPECT_EQ(convert_byte_array(interp, "$big").size(), 4095u);
+    EXPECT_EQ(console.take(), "Internal Error - array overflow detected in processing large string\n");
+    std::vector<uint8_t> cut = convert_byte_array(interp, "1 2 $big");
+    EXPECT_EQ(cut.size(), 4095u);
+    EXPECT_EQ(cut[0], 1);
+    EXPECT_EQ(cut[4094], 'a');
+    console.take();
+}
+
+TEST_F(ArrayConversion, WordsAndLongsShareTheLimitsAndMessages) {
+    std::string many;
+    for (int i = 0; i < 5000; ++i) many += "0x12345 ";
+    std::vector<uint16_t> words = convert_word_array(interp, many.c_str());
+    EXPECT_EQ(words.size(), 4096u);
+    EXPECT_EQ(words.back(), 0x2345);
+    EXPECT_EQ(console.take(), "Internal Error - array overflow detected in processing large string\n");
+    EXPECT_EQ(convert_long_array(interp, many.c_str()).size(), 4096u);
+    EXPECT_EQ(console.take(), "Internal Error - array overflow detected in processing large string\n");
+
+    Tcl_SetVar(interp, "pair", "0x10001 'b'", TCL_GLOBAL_ONLY);
+    EXPECT_EQ(convert_word_array(interp, "7 $pair $missing 8"), (std::vector<uint16_t>{7, 1, 'b'}));
+    EXPECT_EQ(console.take(), "Internal Error - bad array conversion, failed to find variable\n");
+    EXPECT_EQ(convert_long_array(interp, "7 $pair $missing 8"), (std::vector<uint32_t>{7, 0x10001, 'b'}));
+    EXPECT_EQ(console.take(), "Internal Error - bad array conversion, failed to find variable\n");
 }
 
 TEST_F(ArrayConversion, WordsAndLongs) {

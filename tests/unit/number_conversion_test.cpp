@@ -24,6 +24,9 @@ TEST(NumberConversion, WordsAndTheBPrefix) {
     EXPECT_EQ(parse_number("Truex"), 1);
     EXPECT_EQ(parse_number("-true"), 1);  // no sign on the words
     EXPECT_EQ(parse_number("false"), 0);
+    EXPECT_EQ(parse_number("FaLsE7"), 0);
+    EXPECT_EQ(parse_number("tRuE"), 1);
+    EXPECT_EQ(parse_number(" \tTRUE"), 1);
     EXPECT_EQ(parse_number("b101"), 0);
     EXPECT_EQ(parse_number("b0"), 0);
     EXPECT_EQ(parse_number("b11"), 0);
