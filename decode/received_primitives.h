@@ -3,12 +3,15 @@
 // queues and decodes them.
 #pragma once
 
+#include <cstddef>
 #include <cstdint>
 #include <span>
 
 #include "transport/primitive_table.h"
 
 namespace kestrel {
+
+inline constexpr size_t kReceivedPrimitiveCount = 167;
 
 std::span<const PrimitiveDef> received_primitives();
 

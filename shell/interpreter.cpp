@@ -2,11 +2,14 @@
 
 #include <unistd.h>
 
+#include "decode/receive_commands.h"
+#include "decode/received_primitives.h"
 #include "encode/primitive_commands.h"
 #include "encode/vocabulary.h"
 #include "shell/builtin_commands.h"
 #include "shell/console_channel.h"
 #include "shell/default_variables.h"
+#include "shell/manual.h"
 #include "shell/output.h"
 #include "shell/run_flags.h"
 #include "shell/script_index.h"
@@ -47,7 +50,10 @@ bool start_interpreter(SessionContext& session, const char* program_path) {
     if (Tcl_Init(interp) == TCL_ERROR) output_printf("Failed to init tcl because: %s\n", Tcl_GetStringResult(interp));
 
     register_builtin_commands(interp, session);
+    // The primitive families' commands follow the built-in ones: the issuing
+    // commands, then the receive commands.
     register_primitive_commands(interp, session);
+    register_receive_commands(interp, session);
     set_default_variables(interp);
     set_vocabulary_variables(interp);
 
@@ -58,7 +64,10 @@ bool start_interpreter(SessionContext& session, const char* program_path) {
     session.debug_switches = initial_debug_switches();
 
     add_builtin_manual(interp);
+    // The primitive families' manual: the issuing rows first (DM issuing
+    // rows first), then the receivable rows.
     add_sent_primitive_manual(interp);
+    add_primitive_manual_rows(interp, received_primitives(), PrimitiveRole::receivable);
     scan_script_index(interp);
     return true;
 }

@@ -3,6 +3,8 @@
 #include <cctype>
 
 #include "decode/hex_dump.h"
+#include "decode/pretty_printer.h"
+#include "decode/primitive_trace.h"
 #include "decode/received_primitives.h"
 #include "shell/output.h"
 #include "shell/trace_printer.h"
@@ -275,6 +277,8 @@ void DeviceLink::on_stack_primitive(uint32_t channel, std::span<const uint8_t> m
                       static_cast<int>(row->name.size()), row->name.data(), type, message.size());
         return;
     }
+    print_received_primitive(switches_, *row, *primitive);
+    trace_primitive_fields(TraceDirection::in, *row, *primitive);
     deliver(channel, *primitive);
 }
 

@@ -34,7 +34,19 @@ enum class FieldFormat : uint8_t {
     lp_settings,   // the park or sniff settings chosen by dm_policy
     link_key_list, // a Tcl list of {lap uap nap {16 bytes}}, one 24-byte block per pointer slot
 
-    // Receiving: the decoders' formats follow here.
+    // Receiving: the decoders' formats follow here. Each is one list
+    // element; a count that a format reads stands at length_offset.
+    data_block,          // bytes from the pointer field, u16 count at length_offset
+    payload_block,       // data_block, then the payload check of received data
+    read_payload_block,  // payload_block that sets no argN (its number is skipped)
+    byte_array,          // u8[n] inline, as a byte block
+    word_array,          // u16[n] inline, as a 16-bit word block
+    remote_features,     // u16[4], four "0x%lx"
+    local_features,      // u8[8], eight "0x%lx"
+    inquiry_result,      // the first 20-byte record of ptr[n]; u8 count at length_offset
+    link_key_entries,    // u8 count at length_offset of 24-byte entries behind ptr[n]
+    name_parts,          // ptr[8] of up to 32 bytes each: one name of at most 248
+    lap_list,            // u8 count at length_offset of 3-byte LAPs behind ptr[n]
 };
 
 struct FieldDef {

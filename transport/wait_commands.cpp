@@ -118,11 +118,6 @@ void on_interrupt(int signal_number) {
     std::raise(signal_number);
 }
 
-struct WaitingFlag {
-    WaitingFlag() { g_waiting = true; }
-    ~WaitingFlag() { g_waiting = false; }
-};
-
 int wait(ClientData client_data, Tcl_Interp* interp, int argc, const char* argv[], bool until) {
     auto& session = *static_cast<SessionContext*>(client_data);
     if (!check_chip_or_tci_connected(interp)) return TCL_ERROR;
@@ -134,13 +129,12 @@ int wait(ClientData client_data, Tcl_Interp* interp, int argc, const char* argv[
         session.append_message("Error, the raw transport carries no primitives\n");
         return TCL_ERROR;
     }
-    g_wait_interrupted = false;
-    WaitingFlag waiting;
+    WaitScope waiting;
     for (;;) {
         uint32_t channel = 0, size = 0;
         const uint8_t* record = ring->take(session.wait_timeout_switch == 1, &channel, &size);
         if (!record) {
-            if (g_wait_interrupted.exchange(false)) {
+            if (waiting.interrupted()) {
                 session.append_message("Error, wait interrupted\n");
                 return TCL_ERROR;
             }
@@ -186,11 +180,20 @@ int wait(ClientData client_data, Tcl_Interp* interp, int argc, const char* argv[
             session.append_message("%s", texts.unexpected);
             return TCL_ERROR;
         }
-        return decode_received_primitive(interp, *row, c, record, size, true);
+        return decode_received_primitive(session, interp, *row, c, record, size, true);
     }
 }
 
 }  // namespace
+
+WaitScope::WaitScope() {
+    g_wait_interrupted = false;
+    g_waiting = true;
+}
+
+WaitScope::~WaitScope() { g_waiting = false; }
+
+bool WaitScope::interrupted() { return g_wait_interrupted.exchange(false); }
 
 void install_wait_interrupt() {
     struct sigaction action {};
