@@ -66,35 +66,6 @@ uint32_t PayloadGenerator::mode() const {
     return mode_;
 }
 
-// Stand-in until the generator's own change lands: the counting modes only.
-std::optional<std::vector<uint8_t>> PayloadGenerator::generate(uint32_t length, uint32_t mode, uint32_t* counter,
-                                                               uint32_t flags) {
-    if (length == 0) return std::nullopt;
-    uint32_t& c = (flags & kPayloadUseCounter) && counter ? *counter
-                  : (flags & kPayloadReceive)             ? receive_counter_
-                                                          : transmit_counter_;
-    const uint32_t m = (flags & kPayloadUseMode) ? mode : mode_;
-    std::vector<uint8_t> bytes(length, 0);
-    if (m == static_cast<uint32_t>(PayloadMode::random)) {
-        for (auto& b : bytes) {
-            c = c * 9719 + 43;
-            b = static_cast<uint8_t>(c >> 15);
-        }
-    } else if (m == static_cast<uint32_t>(PayloadMode::seq8)) {
-        for (auto& b : bytes) b = static_cast<uint8_t>(c);
-        ++c;
-    } else if (m == static_cast<uint32_t>(PayloadMode::seq16)) {
-        for (uint32_t i = 0; i + 1 < length; i += 2) {
-            bytes[i] = static_cast<uint8_t>(c);
-            bytes[i + 1] = static_cast<uint8_t>(c >> 8);
-        }
-        ++c;
-    } else {
-        return std::nullopt;
-    }
-    return bytes;
-}
-
 std::optional<std::string_view> PayloadGenerator::mode_word() const {
     switch (static_cast<PayloadMode>(mode())) {
     case PayloadMode::random: return "random";
