@@ -128,6 +128,7 @@ public:
     void panic(uint16_t code);
 
     const std::shared_ptr<PsStore>& ps() const { return ps_; }
+    StackModel* stack() const { return stack_.get(); }
 
 private:
     using Variable = ChipVariable;
