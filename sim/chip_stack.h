@@ -123,7 +123,8 @@ private:
     void when_connected(const BdAddr& peer, std::function<void(bool)> then);
     void inquiry(const HostPrimitive& p);
     void authenticate(const BdAddr& peer, bool asked);
-    void pairing_done(const BdAddr& peer, bool success, const std::array<uint8_t, 16>& key);
+    // `key`: the new link key of a pairing by PIN, none when a stored key was used.
+    void pairing_done(const BdAddr& peer, bool success, const std::optional<std::array<uint8_t, 16>>& key);
     // Runs `action` under the lock on the air's thread after `delay`, with
     // what the air knows of `peer` (looked up before the lock is taken).
     void later(std::chrono::milliseconds delay, std::function<void()> action);

@@ -118,16 +118,15 @@ void StackCore::authenticate(const BdAddr& peer, bool asked) {
     emit(ChipPrimitive("DM_SM_LINK_KEY_REQUEST_IND").set("phandle", sm_phandle_ ? sm_phandle_ : dm_phandle_).address(peer));
 }
 
-void StackCore::pairing_done(const BdAddr& peer, bool success, const std::array<uint8_t, 16>& key) {
+void StackCore::pairing_done(const BdAddr& peer, bool success, const std::optional<std::array<uint8_t, 16>>& key) {
     const auto it = pairings_.find(peer);
     const bool asked = it != pairings_.end() && it->second.asked;
     if (it != pairings_.end()) pairings_.erase(it);
     const uint16_t phandle = sm_phandle_ ? sm_phandle_ : dm_phandle_;
     if (success) {
-        const bool fresh = !sm_keys_.count(peer) || sm_keys_[peer] != key;
-        sm_keys_[peer] = key;
         if (auto acl = acls_.find(peer); acl != acls_.end()) acl->second.authenticated = true;
-        if (fresh) emit(ChipPrimitive("DM_SM_LINK_KEY_IND").set("phandle", phandle).address(peer).bytes("key", key));
+        // The host keeps the key; the chip asks for it at the next link.
+        if (key) emit(ChipPrimitive("DM_SM_LINK_KEY_IND").set("phandle", phandle).address(peer).bytes("key", *key));
     }
     if (asked)
         emit(ChipPrimitive("DM_SM_AUTHENTICATE_CFM").set("phandle", phandle).address(peer).set("success", success ? 1 : 0));
@@ -357,20 +356,21 @@ void StackCore::dm_from_air(const AirFrame& frame) {
         authenticate(peer, false);
         return;
     case K::pin_reply: {
-        // This chip is the side asked: it pairs whatever PIN its peer gives
-        // (the remote peer is the one that checks PINs).
-        const auto key = frame.result == 1 && frame.data.size() == 16 ? [&] {
-            std::array<uint8_t, 16> k;
-            std::copy_n(frame.data.begin(), 16, k.begin());
-            return k;
-        }() : pairing_key(frame.data, address_, peer);
+        // This chip is the side asked: it accepts whatever PIN or key its
+        // peer gives (the remote peer is the one that checks them).
+        if (frame.result == 1) {
+            send_air({K::auth_done, {}, peer});
+            pairing_done(peer, true, std::nullopt);
+            return;
+        }
+        const auto key = pairing_key(frame.data, address_, peer);
         send_air({.kind = K::auth_done, .to = peer, .data = {key.begin(), key.end()}});
         pairing_done(peer, true, key);
         return;
     }
     case K::auth_done: {
-        std::array<uint8_t, 16> key{};
-        if (frame.data.size() == 16) std::copy_n(frame.data.begin(), 16, key.begin());
+        std::optional<std::array<uint8_t, 16>> key;
+        if (frame.data.size() == 16) std::copy_n(frame.data.begin(), 16, key.emplace().begin());
         pairing_done(peer, frame.result == 0, key);
         if (frame.result != 0) {
             // A failed pairing ends the paging it held up.

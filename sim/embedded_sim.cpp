@@ -121,7 +121,7 @@ std::unique_ptr<ByteStream> make_embedded_chip(std::string_view device_name, con
     if (device_name.size() > 3 && !apply_chip_options(config, device_name.substr(4), error)) return nullptr;
     // Each chip inside Kestrel has an air of its own, with the remote peer.
     SimulatedChip::Options options{config.protocol, nullptr, config.conditions,
-                                   std::make_unique<ChipStack>(SimWorld::make())};
+                                   config.stack ? std::make_unique<ChipStack>(SimWorld::make()) : nullptr};
     if (!config.ps_path.empty()) {
         options.ps = registry().ps_store(config.ps_path, error);
         if (!options.ps) return nullptr;

@@ -29,11 +29,11 @@ constexpr std::pair<std::string_view, std::string_view> kFieldAliases[] = {
 // The chip's inline arrays, by stem and field.
 struct ArrayFact {
     std::string_view stem, field;
-    uint8_t values[8];
+    uint16_t values[8];  // one per element, of the field's width
 };
 constexpr ArrayFact kArrayFacts[] = {
     {"LOCAL_FEATURES", "lmp_supp_features", {0xFF, 0xFF, 0x0F, 0x00, 0x08, 0x08, 0x00, 0x00}},
-    {"REMOTE_FEATURES", "features", {0xFF, 0xFF, 0x0F, 0x00, 0x08, 0x08, 0x00, 0x00}},
+    {"REMOTE_FEATURES", "features", {0xFFFF, 0x000F, 0x0808, 0x0000}},
 };
 
 std::string_view strip(std::string_view text, std::string_view prefix) {
@@ -121,7 +121,8 @@ bool StackCore::answer_hci(const HostPrimitive& p) {
         if (field.width == FieldWidth::ptr) continue;
         if (field.count > 1) {
             for (const ArrayFact& fact : kArrayFacts)
-                if (fact.stem == stem && fact.field == f) out.bytes(f, fact.values);
+                if (fact.stem == stem && fact.field == f)
+                    for (unsigned i = 0; i < field.count && i < std::size(fact.values); ++i) out.set(f, fact.values[i], i);
             continue;
         }
         if (f == "phandle") {

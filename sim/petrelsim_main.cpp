@@ -41,6 +41,7 @@ constexpr std::string_view kUsage =
     "  --latency MS       delay every byte\n"
     "  --drop RATE, --corrupt RATE   damage that share of the line's bursts (0 to 1)\n"
     "  --seed N           the faults' generators\n"
+    "  --stack on|off     run the host stack (on) or only record its channels (off)\n"
     "Other options:\n"
     "  --ignore-eof       keep serving after standard input ends\n"
     "  --help\n"
@@ -126,7 +127,7 @@ bool parse_arguments(int argc, char** argv, Arguments& out) {
 std::unique_ptr<ChipServer> make_server(const ServedChip& served, const std::shared_ptr<SimWorld>& world,
                                         std::string& error) {
     SimulatedChip::Options options{served.config.protocol, nullptr, served.config.conditions,
-                                   std::make_unique<ChipStack>(world)};
+                                   served.config.stack ? std::make_unique<ChipStack>(world) : nullptr};
     if (!served.config.ps_path.empty()) {
         options.ps = PsStore::open(served.config.ps_path, error);
         if (!options.ps) return nullptr;

@@ -86,7 +86,9 @@ void RemotePeer::from_air(const AirFrame& frame) {
     case K::acl_connect:
         if (behaviour_.refuse) {
             send({.kind = K::acl_reject, .to = device, .result = kRejected});
-        } else if (behaviour_.pin && !paired_.count(device)) {
+        } else if (behaviour_.pin) {
+            // Every link is authenticated: by the key of an earlier pairing,
+            // or by the PIN.
             awaiting_pin_.insert(device);
             send({K::pin_request, {}, device});
         } else {
@@ -98,10 +100,13 @@ void RemotePeer::from_air(const AirFrame& frame) {
         const std::vector<uint8_t> pin(behaviour_.pin ? behaviour_.pin->begin() : std::string::const_iterator{},
                                        behaviour_.pin ? behaviour_.pin->end() : std::string::const_iterator{});
         const auto key = pin_key(pin, kRemotePeerAddress, device);
-        const bool ok = !behaviour_.pin || (frame.result == 1 ? std::equal(key.begin(), key.end(), frame.data.begin(), frame.data.end())
-                                                              : frame.data == pin);
+        const bool by_key = frame.result == 1;
+        const bool ok = !behaviour_.pin ||
+                        (by_key ? paired_.count(device) && std::equal(key.begin(), key.end(), frame.data.begin(), frame.data.end())
+                                : frame.data == pin);
+        // A pairing by PIN makes a new key, which the answer carries.
         send({.kind = K::auth_done, .to = device, .result = static_cast<uint16_t>(ok ? 0 : kAuthenticationFailure),
-              .data = ok ? std::vector<uint8_t>(key.begin(), key.end()) : std::vector<uint8_t>{}});
+              .data = ok && !by_key ? std::vector<uint8_t>(key.begin(), key.end()) : std::vector<uint8_t>{}});
         if (ok) paired_.insert(device);
         if (awaiting_pin_.erase(device)) {
             if (ok) {
