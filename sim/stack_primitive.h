@@ -62,6 +62,8 @@ class ChipPrimitive {
 public:
     // `name` must be a row of the received table (checked by the tests).
     explicit ChipPrimitive(std::string_view name);
+    // Any row, of either table (tests build the host's primitives with it).
+    explicit ChipPrimitive(const PrimitiveDef& row);
 
     const PrimitiveDef& row() const { return *row_; }
     bool has(std::string_view field) const;
