@@ -52,7 +52,19 @@ void StackCore::when_connected(const BdAddr& peer, std::function<void(bool)> the
     }
     auto& waiting = paging_[peer];
     waiting.push_back(std::move(then));
-    if (waiting.size() == 1) send_air({K::acl_connect, {}, peer});
+    if (waiting.size() > 1) return;
+    if (air_->find(peer)) {
+        send_air({K::acl_connect, {}, peer});
+        return;
+    }
+    // Nobody answers the page: it fails after the page time-out (slots of
+    // 0.625 ms).
+    const auto timeout = std::chrono::microseconds(settings_["PAGE_TO"]["page_timeout"] * 625);
+    later(std::chrono::duration_cast<std::chrono::milliseconds>(timeout), [this, peer] {
+        auto failed = std::move(paging_[peer]);
+        paging_.erase(peer);
+        for (auto& then : failed) then(false);
+    });
 }
 
 void StackCore::close_acl(const BdAddr& peer, uint8_t reason, bool tell_peer) {
@@ -234,8 +246,11 @@ void StackCore::on_dm(const HostPrimitive& p) {
         // sniff, 3 park) and its interval.
         const uint8_t mode = name == "DM_HCI_HOLD_MODE" ? 1 : name == "DM_HCI_SNIFF_MODE" ? 2 : name == "DM_HCI_PARK_MODE" ? 3 : 0;
         const Acl* acl = acl_by_handle(static_cast<uint16_t>(p.get("handle")));
+        BdAddr link = peer;
+        for (const auto& [address, a] : acls_)
+            if (&a == acl) link = address;
         emit(ChipPrimitive("DM_HCI_MODE_CHANGE_EVENT").set("phandle", dm_phandle_).set("status", acl ? 0 : 0x02)
-                 .address(peer).set("mode", mode).set("length", mode ? p.get("max_interval") : 0));
+                 .address(link).set("mode", mode).set("length", mode ? p.get("max_interval") : 0));
         return;
     } else if (name == "DM_ACL_OPEN_REQ" || name == "DM_ACL_CONNECT_REQ") {
         const bool open = name == "DM_ACL_OPEN_REQ";
