@@ -41,6 +41,8 @@ struct AirFrame {
         rfc_release, rfc_data, rfc_credit, rfc_msc, rfc_rls, rfc_rpn, rfc_rpn_rsp, rfc_test, rfc_test_rsp,
         rfc_fcon, rfc_fcoff,
         sdp_request, sdp_response,
+        bnep_connect, bnep_connect_rsp, bnep_data, bnep_disconnect,
+        tcp_open, tcp_open_rsp, tcp_data, tcp_close,
     };
     Kind kind{};
     BdAddr from{}, to{};

@@ -55,6 +55,9 @@ void StackCore::restart() {
     muxes_.clear();
     next_mux_ = 1;
     credit_total_ = 0;
+    bnep_phandle_ = bnep_id_ = tcp_phandle_ = 0;
+    next_tcp_ = 1;
+    tcp_connections_.clear();
     sdp_records_.clear();
     sdp_searches_.clear();
     sdp_waiting_.clear();
@@ -106,6 +109,14 @@ void StackCore::from_air(const AirFrame& frame) {
         case K::auth_done: dm_from_air(frame); break;
         case K::sdp_request:
         case K::sdp_response: sdp_from_air(frame); break;
+        case K::bnep_connect:
+        case K::bnep_connect_rsp:
+        case K::bnep_data:
+        case K::bnep_disconnect:
+        case K::tcp_open:
+        case K::tcp_open_rsp:
+        case K::tcp_data:
+        case K::tcp_close: bnep_tcp_from_air(frame); break;
         default:
             if (frame.kind >= K::rfc_start && frame.kind <= K::rfc_fcoff)
                 rfcomm_from_air(frame);

@@ -136,6 +136,7 @@ private:
     void l2cap_from_air(const AirFrame& frame);
     // BNEP and TCP (bnep_tcp.cpp).
     bool on_bnep_tcp(const HostPrimitive& p);
+    void bnep_tcp_from_air(const AirFrame& frame);
     // RFCOMM (rfcomm_layer.cpp).
     void on_rfcomm(const HostPrimitive& p);
     void rfcomm_from_air(const AirFrame& frame);
@@ -191,6 +192,13 @@ private:
     uint8_t next_mux_ = 1;
     uint16_t credit_total_ = 0;  // running count of data primitives finished with
     uint16_t initial_credits_ = 7;
+
+    // BNEP and TCP.
+    uint16_t bnep_phandle_ = 0;
+    uint16_t bnep_id_ = 0;  // the connection to the remote peer; 0 when none
+    uint16_t tcp_phandle_ = 0;
+    uint16_t next_tcp_ = 1;
+    std::map<uint16_t, uint16_t> tcp_connections_;  // handle -> remote port
 
     // SDP.
     std::map<uint32_t, std::vector<uint8_t>> sdp_records_;

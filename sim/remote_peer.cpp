@@ -199,6 +199,32 @@ void RemotePeer::from_air(const AirFrame& frame) {
     case K::rfc_test: send({.kind = K::rfc_test_rsp, .to = device, .data = frame.data}); return;
     case K::rfc_release: dlcs_.erase({device, frame.chan}); return;
     case K::rfc_close: std::erase_if(dlcs_, [&](const auto& d) { return d.first.first == device; }); return;
+    case K::bnep_connect:
+        // A network access point: it takes a PAN user's connection.
+        send({.kind = K::bnep_connect_rsp, .to = device, .psm = frame.psm, .src = frame.src,
+              .result = behaviour_.refuse ? uint16_t{1} : uint16_t{0}});
+        return;
+    case K::bnep_data: {
+        if (!behaviour_.echo || frame.data.size() < 14) return;
+        // Back to the sender: the addresses change places, unless multicast.
+        AirFrame echo = frame;
+        echo.to = device;
+        if (frame.psm != 1)
+            for (int i = 0; i < 6; ++i) std::swap(echo.data[2 + i], echo.data[8 + i]);
+        send(std::move(echo));
+        return;
+    }
+    case K::tcp_open: {
+        const bool echo_port = frame.psm == 7 && !behaviour_.refuse;
+        send({.kind = K::tcp_open_rsp, .to = device, .src = frame.src, .result = static_cast<uint16_t>(echo_port ? 0 : 1)});
+        return;
+    }
+    case K::tcp_data:
+        if (behaviour_.echo) send({.kind = K::tcp_data, .to = device, .src = frame.src, .data = frame.data});
+        return;
+    case K::tcp_close:
+        if (frame.result == 0) send({.kind = K::tcp_close, .to = device, .src = frame.src});
+        return;
     case K::sdp_request: {
         const sdp::Bytes records[] = {sdp::serial_port_record(kSerialPortRecord, kSerialPortChannel)};
         send({.kind = K::sdp_response, .to = device, .data = sdp::answer_request(records, frame.data)});
