@@ -34,6 +34,7 @@ namespace kestrel::sim {
 struct AirFrame {
     enum class Kind : uint8_t {
         acl_connect, acl_accept, acl_reject, acl_disconnect,
+        sco_connect, sco_connect_rsp, sco_disconnect,
         pin_request, pin_reply, auth_done,
         l2_connect, l2_connect_rsp, l2_config, l2_config_rsp, l2_data, l2_disconnect, l2_disconnect_rsp,
         l2_echo, l2_echo_rsp, l2_info, l2_info_rsp, l2_connectionless,

@@ -39,9 +39,14 @@ void StackCore::restart() {
     acls_.clear();
     next_handle_ = 1;
     scos_.clear();
+    sco_cbarg_ = 0;
+    sco_requests_.clear();
+    sco_offered_.clear();
     sec_mode_ = 1;
     sm_keys_.clear();
     pairings_.clear();
+    sm_services_.clear();
+    awaiting_authorisation_.clear();
     paging_.clear();
     inquiry_ = 0;
     l2_psms_.clear();
@@ -104,6 +109,9 @@ void StackCore::from_air(const AirFrame& frame) {
         case K::acl_accept:
         case K::acl_reject:
         case K::acl_disconnect:
+        case K::sco_connect:
+        case K::sco_connect_rsp:
+        case K::sco_disconnect:
         case K::pin_request:
         case K::pin_reply:
         case K::auth_done: dm_from_air(frame); break;

@@ -23,6 +23,8 @@
 #include <memory>
 #include <mutex>
 #include <optional>
+#include <set>
+#include <tuple>
 #include <string>
 #include <vector>
 
@@ -34,6 +36,10 @@
 namespace kestrel::sim {
 
 class StackCore;
+
+// The security manager's protocol ids.
+inline constexpr uint32_t kProtocolL2cap = 0;
+inline constexpr uint32_t kProtocolRfcomm = 1;
 
 // The StackModel that a SimulatedChip's model holds; the core outlives it on
 // the air only as long as frames for it are under way.
@@ -166,12 +172,32 @@ private:
     std::map<BdAddr, Acl> acls_;
     uint16_t next_handle_ = 1;
     std::map<uint16_t, BdAddr> scos_;
+    uint32_t sco_cbarg_ = 0;  // of DM_SCO_INCOMING_REGISTER_REQ
+    struct ScoRequest {
+        uint16_t phandle;
+        uint32_t pv_cbarg;
+    };
+    std::map<BdAddr, std::deque<ScoRequest>> sco_requests_;
+    std::map<uint16_t, BdAddr> sco_offered_;  // incoming, awaiting DM_SCO_CONNECT_RES
     uint8_t sec_mode_ = 1;
     std::map<BdAddr, std::array<uint8_t, 16>> sm_keys_;  // the security manager's devices
     struct Pairing {
         bool asked = false;  // by DM_SM_AUTHENTICATE_REQ: answered with its confirm
     };
     std::map<BdAddr, Pairing> pairings_;
+    // Security levels registered with DM_SM_REGISTER_REQ, by protocol and
+    // channel; incoming connections held until the host authorises them.
+    std::map<std::pair<uint32_t, uint32_t>, uint16_t> sm_services_;
+    std::map<std::tuple<BdAddr, uint32_t, uint32_t>, AirFrame> awaiting_authorisation_;
+    // Whether an incoming connection needs the host's authorisation first;
+    // if so it is asked and the frame held.
+    bool held_for_authorisation(const AirFrame& frame, uint32_t protocol, uint32_t channel);
+    bool authorised(const AirFrame& frame, uint32_t protocol, uint32_t channel) {
+        return authorised_.count({frame.from, protocol, channel}) || !held_for_authorisation(frame, protocol, channel);
+    }
+    void from_air_authorised(const AirFrame& frame);  // goes on as if it had just arrived
+    void refuse_unauthorised(const AirFrame& frame);
+    std::set<std::tuple<BdAddr, uint32_t, uint32_t>> authorised_;  // for the frame being replayed
     std::map<BdAddr, std::vector<std::function<void(bool)>>> paging_;
     uint64_t inquiry_ = 0;  // the running inquiry's number; 0 when none runs
     uint64_t inquiries_ = 0;

@@ -17,6 +17,7 @@ constexpr uint8_t kCommandDisallowed = 0x0C;
 constexpr uint8_t kLocalHostTerminated = 0x16;
 constexpr uint8_t kRemoteUserTerminated = 0x13;
 constexpr auto kInquiryStep = 10ms;  // between the results an inquiry reports
+constexpr uint16_t kAuthoriseIncoming = 0x0001;  // a security level's bit
 
 std::vector<uint8_t> inquiry_record(const DeviceInfo& info) {
     std::vector<uint8_t> record(20, 0);
@@ -28,6 +29,36 @@ std::vector<uint8_t> inquiry_record(const DeviceInfo& info) {
 }
 
 }  // namespace
+
+bool StackCore::held_for_authorisation(const AirFrame& frame, uint32_t protocol, uint32_t channel) {
+    const auto service = sm_services_.find({protocol, channel});
+    if (service == sm_services_.end() || !(service->second & kAuthoriseIncoming)) return false;
+    const auto key = std::make_tuple(frame.from, protocol, channel);
+    if (awaiting_authorisation_.count(key)) return true;
+    awaiting_authorisation_[key] = frame;
+    emit(ChipPrimitive("DM_SM_AUTHORISE_IND").set("phandle", sm_phandle_ ? sm_phandle_ : dm_phandle_).address(frame.from)
+             .set("protocol_id", protocol).set("channel", channel).set("incoming", 1));
+    return true;
+}
+
+void StackCore::from_air_authorised(const AirFrame& frame) {
+    const bool l2cap = frame.kind == AirFrame::Kind::l2_connect;
+    const auto key = std::make_tuple(frame.from, uint32_t{l2cap ? kProtocolL2cap : kProtocolRfcomm},
+                                     uint32_t{l2cap ? frame.psm : frame.chan});
+    authorised_.insert(key);
+    if (l2cap)
+        l2cap_from_air(frame);
+    else
+        rfcomm_from_air(frame);
+    authorised_.erase(key);
+}
+
+void StackCore::refuse_unauthorised(const AirFrame& frame) {
+    if (frame.kind == AirFrame::Kind::l2_connect)
+        send_air({.kind = AirFrame::Kind::l2_connect_rsp, .to = frame.from, .dst = frame.src, .result = 3});
+    else
+        send_air({.kind = AirFrame::Kind::rfc_establish_rsp, .to = frame.from, .result = 1, .chan = frame.chan});
+}
 
 StackCore::Acl* StackCore::acl_by_handle(uint16_t handle) {
     for (auto& [address, acl] : acls_)
@@ -156,6 +187,7 @@ void StackCore::on_dm(const HostPrimitive& p) {
         return;
     } else if (name == "DM_SCO_INCOMING_REGISTER_REQ") {
         sco_phandle_ = static_cast<uint16_t>(p.get("phandle"));
+        sco_cbarg_ = p.get("pv_cbarg");
         emit(ChipPrimitive("DM_SCO_BUFFER_SIZE_IND").set("phandle", sco_phandle_).set("size", 48).set("max_num_packets", 4));
         return;
     } else if (name == "DM_SM_L2CAP_REGISTER_REQ") {
@@ -275,21 +307,32 @@ void StackCore::on_dm(const HostPrimitive& p) {
         emit(ChipPrimitive("DM_ACL_DISCONNECT_IND").set("phandle", acl_phandle()).set("status", 0x02).set("handle", p.get("handle")));
         return;
     } else if (name == "DM_SCO_CONNECT_REQ") {
-        const auto acl = acls_.find(peer);
-        ChipPrimitive out("DM_SCO_CONNECT_CFM");
-        out.set("phandle", p.get("phandle")).set("pv_cbarg", p.get("pv_cbarg")).address(peer);
-        if (acl == acls_.end()) {
-            out.set("status", kPageTimeout);
-        } else {
-            const uint16_t handle = next_handle_++;
-            scos_[handle] = peer;
-            out.set("handle", handle).set("lm_sco_handle", static_cast<uint32_t>(scos_.size()));
+        // An SCO link rides on the ACL; the other side accepts it or not.
+        if (!acls_.count(peer)) {
+            emit(ChipPrimitive("DM_SCO_CONNECT_CFM").set("phandle", p.get("phandle")).set("pv_cbarg", p.get("pv_cbarg"))
+                     .address(peer).set("status", kPageTimeout));
+            return;
         }
-        emit(out);
+        sco_requests_[peer].push_back({static_cast<uint16_t>(p.get("phandle")), p.get("pv_cbarg")});
+        send_air({.kind = K::sco_connect, .to = peer, .psm = static_cast<uint16_t>(p.get("packet_type"))});
+        return;
+    } else if (name == "DM_SCO_CONNECT_RES") {
+        const uint16_t handle = static_cast<uint16_t>(p.get("handle"));
+        const auto offered = sco_offered_.find(handle);
+        if (offered == sco_offered_.end()) return;
+        const bool accept = p.get("accept") != 0;
+        send_air({.kind = K::sco_connect_rsp, .to = offered->second, .result = static_cast<uint16_t>(accept ? 0 : 0x0D)});
+        if (accept) scos_[handle] = offered->second;
+        sco_offered_.erase(offered);
         return;
     } else if (name == "DM_SCO_DISCONNECT_REQ") {
         const uint16_t handle = static_cast<uint16_t>(p.get("handle"));
-        const bool known = scos_.erase(handle) != 0;
+        const auto sco = scos_.find(handle);
+        const bool known = sco != scos_.end();
+        if (known) {
+            send_air({.kind = K::sco_disconnect, .to = sco->second, .result = static_cast<uint16_t>(p.get("reason"))});
+            scos_.erase(sco);
+        }
         emit(ChipPrimitive("DM_SCO_DISCONNECT_IND").set("phandle", sco_phandle_).set("status", known ? 0 : 0x02)
                  .set("handle", handle).set("reason", p.get("reason")));
         return;
@@ -300,6 +343,24 @@ void StackCore::on_dm(const HostPrimitive& p) {
             std::copy_n(bytes.begin(), 16, key.begin());
             sm_keys_[peer] = key;
         }
+    } else if (name == "DM_SM_REGISTER_REQ") {
+        sm_services_[{p.get("protocol_id"), p.get("channel")}] = static_cast<uint16_t>(p.get("security_level"));
+        return;
+    } else if (name == "DM_SM_UNREGISTER_REQ") {
+        sm_services_.erase({p.get("protocol_id"), p.get("channel")});
+        return;
+    } else if (name == "DM_SM_AUTHORISE_RES") {
+        const auto held = awaiting_authorisation_.find({peer, p.get("protocol_id"), p.get("channel")});
+        if (held == awaiting_authorisation_.end()) return;
+        AirFrame frame = std::move(held->second);
+        awaiting_authorisation_.erase(held);
+        if (p.get("authorised")) {
+            from_air_authorised(frame);
+        } else {
+            // Refused: the connection is turned away for security.
+            refuse_unauthorised(frame);
+        }
+        return;
     } else if (name == "DM_SM_REMOVE_DEVICE_REQ") {
         const bool known = sm_keys_.erase(peer) != 0;
         emit(ChipPrimitive("DM_SM_REMOVE_DEVICE_CFM").set("phandle", sm_phandle_ ? sm_phandle_ : dm_phandle_).address(peer).set("success", known ? 1 : 0));
@@ -366,6 +427,36 @@ void StackCore::dm_from_air(const AirFrame& frame) {
         return;
     }
     case K::acl_disconnect: close_acl(peer, static_cast<uint8_t>(frame.result), false); return;
+    case K::sco_connect: {
+        const uint16_t handle = next_handle_++;
+        sco_offered_[handle] = peer;
+        emit(ChipPrimitive("DM_SCO_CONNECT_IND").set("phandle", sco_phandle_).set("pv_cbarg", sco_cbarg_).set("handle", handle)
+                 .set("lm_sco_handle", static_cast<uint32_t>(scos_.size() + 1)).address(peer));
+        return;
+    }
+    case K::sco_connect_rsp: {
+        auto& waiting = sco_requests_[peer];
+        if (waiting.empty()) return;
+        const ScoRequest request = waiting.front();
+        waiting.pop_front();
+        ChipPrimitive out("DM_SCO_CONNECT_CFM");
+        out.set("phandle", request.phandle).set("pv_cbarg", request.pv_cbarg).address(peer).set("status", frame.result);
+        if (frame.result == 0) {
+            const uint16_t handle = next_handle_++;
+            scos_[handle] = peer;
+            out.set("handle", handle).set("lm_sco_handle", static_cast<uint32_t>(scos_.size()));
+        }
+        emit(out);
+        return;
+    }
+    case K::sco_disconnect:
+        for (auto it = scos_.begin(); it != scos_.end(); ++it)
+            if (it->second == peer) {
+                emit(ChipPrimitive("DM_SCO_DISCONNECT_IND").set("phandle", sco_phandle_).set("handle", it->first).set("reason", frame.result));
+                scos_.erase(it);
+                return;
+            }
+        return;
     case K::pin_request:
         // The other side will not go on without authentication.
         authenticate(peer, false);

@@ -181,6 +181,7 @@ void StackCore::l2cap_from_air(const AirFrame& frame) {
             send_air({.kind = K::l2_connect_rsp, .to = frame.from, .dst = frame.src, .result = kPsmNotSupported});
             return;
         }
+        if (!authorised(frame, kProtocolL2cap, frame.psm)) return;
         const uint16_t local = next_cid_++;
         L2Channel& c = l2_channels_[local];
         c.peer = frame.from;

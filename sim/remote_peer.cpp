@@ -199,6 +199,9 @@ void RemotePeer::from_air(const AirFrame& frame) {
     case K::rfc_test: send({.kind = K::rfc_test_rsp, .to = device, .data = frame.data}); return;
     case K::rfc_release: dlcs_.erase({device, frame.chan}); return;
     case K::rfc_close: std::erase_if(dlcs_, [&](const auto& d) { return d.first.first == device; }); return;
+    case K::sco_connect:
+        send({.kind = K::sco_connect_rsp, .to = device, .result = behaviour_.refuse ? kRejected : uint16_t{0}});
+        return;
     case K::bnep_connect:
         // A network access point: it takes a PAN user's connection.
         send({.kind = K::bnep_connect_rsp, .to = device, .psm = frame.psm, .src = frame.src,

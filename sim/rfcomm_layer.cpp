@@ -212,6 +212,7 @@ void StackCore::rfcomm_from_air(const AirFrame& frame) {
             send_air({.kind = K::rfc_establish_rsp, .to = frame.from, .result = kRefused, .chan = frame.chan});
             return;
         }
+        if (!authorised(frame, kProtocolRfcomm, frame.chan)) return;
         m.dlcs[frame.chan];
         emit(prim("RFC_ESTABLISH_IND"));
         return;

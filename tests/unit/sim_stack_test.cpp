@@ -227,6 +227,90 @@ TEST(RfcommCredits, EachDataPrimitiveIsCreditedWithTheRunningTotal) {
     EXPECT_EQ(echoes, 10);
 }
 
+// Two chips on one air: what one chip's host starts, the other's host is
+// told of and answers.
+TEST(TwoChips, RfcommScoAndAuthorisationReachTheOtherHost) {
+    auto world = SimWorld::make();
+    Chip a(world), b(world);
+    for (Chip* chip : {&a, &b}) {
+        chip->send("DM_AM_REGISTER_REQ", {{"phandle", 1}});
+        chip->expect("DM_AM_REGISTER_CFM");
+        chip->send("DM_HCI_WRITE_SCAN_ENABLE", {{"scan_enable", 3}});
+        chip->expect("DM_HCI_WRITE_SCAN_ENABLE_COMPLETE");
+        chip->send("RFC_INIT_REQ", {{"phandle", 6}});
+        chip->expect("RFC_INIT_CFM");
+    }
+    const BdAddr to_b = b.address();
+    const std::initializer_list<std::pair<std::string_view, uint32_t>> b_addr = {
+        {"bd_addr.lap", to_b.lap}, {"bd_addr.uap", to_b.uap}, {"bd_addr.nap", to_b.nap}};
+    b.send("RFC_REGISTER_REQ", {{"phandle", 6}});
+    EXPECT_EQ(b.expect("RFC_REGISTER_CFM").get("server_chan"), 1u);
+    // B's host must authorise RFCOMM channel 1.
+    b.send("DM_SM_REGISTER_REQ", {{"protocol_id", kProtocolRfcomm}, {"channel", 1}, {"security_level", 1}});
+
+    a.send("RFC_START_REQ", b_addr);
+    const uint32_t mux_a = a.expect("RFC_START_CFM").get("mux_id");
+    EXPECT_EQ(b.expect("DM_ACL_CONNECT_IND").get("bd_addr.lap"), a.address().lap);
+    const uint32_t mux_b = b.expect("RFC_START_IND").get("mux_id");
+    b.send("RFC_START_RES", {{"mux_id", mux_b}, {"accept", 1}});
+    EXPECT_EQ(b.expect("RFC_STARTCMP_IND").get("result_code"), 0u);
+    EXPECT_EQ(a.expect("RFC_STARTCMP_IND").get("result_code"), 0u);
+
+    a.send("RFC_PARNEG_REQ", {{"mux_id", mux_a}, {"loc_server_chan", 2}, {"rem_server_chan", 1},
+                              {"dlc_pars.max_frame_size", 100}, {"dlc_pars.initial_credits", 1}});
+    EXPECT_EQ(b.expect("RFC_PARNEG_IND").get("dlc_pars.initial_credits"), 1u);
+    b.send("RFC_PARNEG_RES", {{"mux_id", mux_b}, {"server_chan", 1}, {"dlc_pars.max_frame_size", 100},
+                              {"dlc_pars.initial_credits", 1}});
+    EXPECT_EQ(a.expect("RFC_PARNEG_CFM").get("dlc_pars.initial_credits"), 1u);
+
+    a.send("RFC_ESTABLISH_REQ", {{"mux_id", mux_a}, {"loc_server_chan", 2}, {"rem_server_chan", 1}});
+    const Answer authorise = b.expect("DM_SM_AUTHORISE_IND");
+    EXPECT_EQ(authorise.get("channel"), 1u);
+    EXPECT_EQ(authorise.get("incoming"), 1u);
+    b.send("DM_SM_AUTHORISE_RES", {{"bd_addr.lap", a.address().lap}, {"bd_addr.uap", a.address().uap},
+                                   {"bd_addr.nap", a.address().nap}, {"protocol_id", kProtocolRfcomm}, {"channel", 1},
+                                   {"authorised", 1}});
+    b.expect("RFC_ESTABLISH_IND");
+    b.send("RFC_ESTABLISH_RES", {{"mux_id", mux_b}, {"server_chan", 1}, {"accept", 1}});
+    EXPECT_EQ(a.expect("RFC_ESTABLISH_CFM").get("result_code"), 0u);
+
+    a.send("RFC_PORTNEG_REQ", {{"mux_id", mux_a}, {"rem_server_chan", 1}, {"port_pars.port_speed", 7}});
+    EXPECT_EQ(b.expect("RFC_PORTNEG_IND").get("port_pars.port_speed"), 7u);
+    b.send("RFC_PORTNEG_RES", {{"mux_id", mux_b}, {"server_chan", 1}, {"port_pars.port_speed", 6}});
+    EXPECT_EQ(a.expect("RFC_PORTNEG_CFM").get("port_pars.port_speed"), 6u);
+    a.send("RFC_LINESTATUS_REQ", {{"mux_id", mux_a}, {"server_chan", 1}, {"error_flag", 1}, {"line_status", 4}});
+    EXPECT_EQ(b.expect("RFC_LINESTATUS_IND").get("line_status"), 4u);
+    a.send("RFC_FCOFF_REQ", {{"mux_id", mux_a}});
+    b.expect("RFC_FCOFF_IND");
+
+    // B granted one credit: A's second frame waits until B's host grants one.
+    a.send("RFC_DATA_REQ", {{"mux_id", mux_a}, {"server_chan", 1}}, {0x61}, "payload");
+    a.send("RFC_DATA_REQ", {{"mux_id", mux_a}, {"server_chan", 1}}, {0x62}, "payload");
+    EXPECT_EQ(b.expect("RFC_DATA_IND").block("payload"), std::vector<uint8_t>{0x61});
+    b.send("RFC_DATA_REQ", {{"mux_id", mux_b}, {"server_chan", 1}, {"credits", 1}});
+    EXPECT_EQ(b.expect("RFC_DATA_IND").get("mux_id"), 0xFFu);  // B's own host credit
+    EXPECT_EQ(b.expect("RFC_DATA_IND").block("payload"), std::vector<uint8_t>{0x62});
+
+    a.send("RFC_RELEASE_REQ", {{"mux_id", mux_a}, {"server_chan", 1}});
+    EXPECT_EQ(b.expect("RFC_RELEASE_IND").get("server_chan"), 1u);
+    a.send("RFC_CLOSE_REQ", {{"mux_id", mux_a}});
+    EXPECT_EQ(b.expect("RFC_CLOSE_IND").get("mux_id"), mux_b);
+
+    // SCO: B's host is offered the link and accepts it.
+    b.send("DM_SCO_INCOMING_REGISTER_REQ", {{"phandle", 4}, {"pv_cbarg", 0x99}});
+    b.expect("DM_SCO_BUFFER_SIZE_IND");
+    a.send("DM_SCO_CONNECT_REQ", {{"phandle", 4}, {"pv_cbarg", 0x77}, {"bd_addr.lap", to_b.lap}, {"bd_addr.uap", to_b.uap},
+                                  {"bd_addr.nap", to_b.nap}});
+    const Answer offered = b.expect("DM_SCO_CONNECT_IND");
+    EXPECT_EQ(offered.get("pv_cbarg"), 0x99u);
+    b.send("DM_SCO_CONNECT_RES", {{"handle", offered.get("handle")}, {"accept", 1}});
+    const Answer sco = a.expect("DM_SCO_CONNECT_CFM");
+    EXPECT_EQ(sco.get("status"), 0u);
+    EXPECT_EQ(sco.get("pv_cbarg"), 0x77u);
+    a.send("DM_SCO_DISCONNECT_REQ", {{"handle", sco.get("handle")}, {"reason", 0x13}});
+    EXPECT_EQ(b.expect("DM_SCO_DISCONNECT_IND").get("reason"), 0x13u);
+}
+
 TEST(SdpData, SearchesMatchUuidsAndAttributeListsCutRecords) {
     const sdp::Bytes record = sdp::serial_port_record(0x10000, 1);
     const sdp::Bytes records[] = {record};
