@@ -96,6 +96,7 @@ private:
         uint16_t remote_cid = 0;
         bool open = false;
         bool group = false;
+        uint8_t unanswered = 0;  // requests to the other side still waiting (connect, configure)
         std::map<std::string, uint32_t, std::less<>> config;  // the host's last L2CA_CONFIG_REQ
     };
     struct Dlc {
@@ -140,6 +141,9 @@ private:
     // L2CAP (l2cap_layer.cpp).
     void on_l2cap(const HostPrimitive& p);
     void l2cap_from_air(const AirFrame& frame);
+    // Sends an L2CAP request that the other side must answer; without an
+    // answer within the response time-out the host hears L2CA_TIMEOUT_IND.
+    void send_l2cap_request(uint16_t cid, AirFrame frame);
     // BNEP and TCP (bnep_tcp.cpp).
     bool on_bnep_tcp(const HostPrimitive& p);
     void bnep_tcp_from_air(const AirFrame& frame);

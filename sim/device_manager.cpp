@@ -44,7 +44,7 @@ bool StackCore::held_for_authorisation(const AirFrame& frame, uint32_t protocol,
 void StackCore::from_air_authorised(const AirFrame& frame) {
     const bool l2cap = frame.kind == AirFrame::Kind::l2_connect;
     const auto key = std::make_tuple(frame.from, uint32_t{l2cap ? kProtocolL2cap : kProtocolRfcomm},
-                                     uint32_t{l2cap ? frame.psm : frame.chan});
+                                     static_cast<uint32_t>(l2cap ? frame.psm : frame.chan));
     authorised_.insert(key);
     if (l2cap)
         l2cap_from_air(frame);
@@ -343,6 +343,20 @@ void StackCore::on_dm(const HostPrimitive& p) {
             std::copy_n(bytes.begin(), 16, key.begin());
             sm_keys_[peer] = key;
         }
+    } else if (name == "DM_HCI_QOS_SETUP_REQ") {
+        answer_hci(p);
+        // A token rate (bytes a second) beyond what the air carries cannot be
+        // kept: the link manager reports the violation, and L2CAP passes it on.
+        const auto acl = acl_by_handle(static_cast<uint16_t>(p.get("handle")));
+        if (acl && p.get("token_rate") > air_->settings().rate / 8) {
+            BdAddr link;
+            for (const auto& [address, a] : acls_)
+                if (&a == acl) link = address;
+            emit(ChipPrimitive("DM_HCI_QOS_VIOLATION_IND").set("phandle", dm_phandle_));
+            for (const auto& [psm, phandle] : l2_psms_)
+                emit(ChipPrimitive("L2CA_QOSVIOLATION_IND").set("phandle", phandle).address(link));
+        }
+        return;
     } else if (name == "DM_SM_REGISTER_REQ") {
         sm_services_[{p.get("protocol_id"), p.get("channel")}] = static_cast<uint16_t>(p.get("security_level"));
         return;

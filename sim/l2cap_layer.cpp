@@ -15,6 +15,8 @@ constexpr uint16_t kPending = 1;
 constexpr uint16_t kPsmNotSupported = 2;
 constexpr uint16_t kNoResources = 4;
 constexpr uint16_t kConnectionlessCid = 2;
+// The response time-out: short, so that scripts need not wait long.
+constexpr std::chrono::milliseconds kRtx{1000};
 
 // The configuration options of an L2CA_CONFIG_REQ as they travel on the air.
 std::vector<uint8_t> config_options(const HostPrimitive& p) {
@@ -33,6 +35,17 @@ std::vector<uint8_t> config_options(const HostPrimitive& p) {
 }
 
 }  // namespace
+
+void StackCore::send_l2cap_request(uint16_t cid, AirFrame frame) {
+    ++l2_channels_[cid].unanswered;
+    send_air(std::move(frame));
+    later(kRtx, [this, cid] {
+        const auto c = l2_channels_.find(cid);
+        if (c == l2_channels_.end() || c->second.unanswered == 0) return;
+        emit(ChipPrimitive("L2CA_TIMEOUT_IND").set("phandle", c->second.phandle).set("cid", cid));
+        l2_channels_.erase(c);
+    });
+}
 
 void StackCore::on_l2cap(const HostPrimitive& p) {
     const std::string_view name = p.name();
@@ -60,7 +73,7 @@ void StackCore::on_l2cap(const HostPrimitive& p) {
         when_connected(peer, [this, peer, local, psm, cfm](bool up) {
             if (!l2_channels_.count(local)) return;
             if (up) {
-                send_air({.kind = K::l2_connect, .to = peer, .psm = psm, .src = local});
+                send_l2cap_request(local, {.kind = K::l2_connect, .to = peer, .psm = psm, .src = local});
                 return;
             }
             emit(cfm(kNoResources));
@@ -81,8 +94,8 @@ void StackCore::on_l2cap(const HostPrimitive& p) {
             return;
         }
         for (const FieldDef& f : p.row().fields) channel->second.config[std::string(f.name)] = p.get(f.name);
-        send_air({.kind = K::l2_config, .to = channel->second.peer, .src = cid, .dst = channel->second.remote_cid,
-                  .identifier = next_identifier_++, .data = config_options(p)});
+        send_l2cap_request(cid, {.kind = K::l2_config, .to = channel->second.peer, .src = cid, .dst = channel->second.remote_cid,
+                                 .identifier = next_identifier_++, .data = config_options(p)});
     } else if (name == "L2CA_CONFIG_RSP") {
         if (!known) return;
         const auto options = p.block("options");
@@ -196,6 +209,7 @@ void StackCore::l2cap_from_air(const AirFrame& frame) {
         if (!known) return;
         L2Channel& c = channel->second;
         if (frame.result == kPending) return;
+        if (c.unanswered) --c.unanswered;
         emit(ChipPrimitive("L2CA_CONNECT_CFM").set("phandle", c.phandle).address(c.peer).set("cid", frame.dst)
                  .set("psm", c.config["psm"]).set("response", frame.result));
         if (frame.result == 0) {
@@ -214,6 +228,7 @@ void StackCore::l2cap_from_air(const AirFrame& frame) {
     }
     case K::l2_config_rsp: {
         if (!known) return;
+        if (channel->second.unanswered) --channel->second.unanswered;
         ChipPrimitive cfm("L2CA_CONFIG_CFM");
         for (const auto& [field, value] : channel->second.config) cfm.set(field, value);
         cfm.set("flush_to", channel->second.config["outflush_to"]);

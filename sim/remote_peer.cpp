@@ -55,6 +55,7 @@ std::string RemotePeer::describe() const {
     std::string text = behaviour_.echo ? "echo" : "sink";
     text += behaviour_.refuse ? " refuse" : " accept";
     text += behaviour_.pin ? " pin " + *behaviour_.pin : " nopin";
+    if (behaviour_.silent) text += " silent";
     text += " psms";
     char buffer[12];
     for (uint16_t psm : psms_) {
@@ -124,6 +125,7 @@ void RemotePeer::from_air(const AirFrame& frame) {
         std::erase_if(dlcs_, [&](const auto& d) { return d.first.first == device; });
         return;
     case K::l2_connect: {
+        if (behaviour_.silent) return;
         if (behaviour_.refuse || !psms_.count(frame.psm)) {
             send({.kind = K::l2_connect_rsp, .to = device, .dst = frame.src,
                   .result = behaviour_.refuse ? kL2NoResources : kL2PsmNotSupported});
@@ -137,7 +139,9 @@ void RemotePeer::from_air(const AirFrame& frame) {
               .data = {0x01, 2, uint8_t(kPeerMtu), uint8_t(kPeerMtu >> 8)}});
         return;
     }
-    case K::l2_config: send({.kind = K::l2_config_rsp, .to = device, .src = frame.dst, .dst = frame.src, .data = frame.data}); return;
+    case K::l2_config:
+        if (behaviour_.silent) return;
+        send({.kind = K::l2_config_rsp, .to = device, .src = frame.dst, .dst = frame.src, .data = frame.data}); return;
     case K::l2_data: {
         const auto channel = channels_.find(frame.dst);
         if (channel == channels_.end() || !behaviour_.echo) return;

@@ -26,6 +26,7 @@ public:
         bool echo = true;           // false: a sink that keeps what it gets
         bool refuse = false;        // refuses ACLs, channels and multiplexers
         std::optional<std::string> pin;  // asks for this PIN before an ACL
+        bool silent = false;        // leaves L2CAP's connect and configure requests unanswered
     };
 
     explicit RemotePeer(Air& air);

@@ -154,7 +154,9 @@ TEST(GenericHciRule, EveryHciCommandWithACompleteGetsIt) {
         for (const FieldDef& f : a.row->fields) has_status |= f.name == "status";
         // Cancelling an inquiry that does not run is disallowed (0x0C).
         const uint32_t status = names_handle ? 0x02 : row.name == "DM_HCI_INQUIRY_CANCEL" ? 0x0C : 0;
-        if (has_status) EXPECT_EQ(a.get("status"), status) << row.name;
+        if (has_status) {
+            EXPECT_EQ(a.get("status"), status) << row.name;
+        }
         ++checked;
     }
     EXPECT_GE(checked, 60);

@@ -24,7 +24,9 @@ L2CA_CONNECT_REQ 0x1001 {*}$peer 0x1001 0; puts [PT_wait {$L2CAP_PRIM}]; puts [P
 puts [PT_wait {$L2CAP_PRIM}]
 L2CA_DATAWRITE_REQ $cid 1 {7}; puts [PT_wait {$L2CAP_PRIM}]
 puts "sink: <[PT_wait {$L2CAP_PRIM}]>"
-puts [PT_sim peer echo]
+puts [PT_sim peer echo silent]
+L2CA_CONNECT_REQ 0x1001 {*}$peer 0x1001 0; puts [PT_wait {$L2CAP_PRIM}]; puts [PT_wait {$L2CAP_PRIM}]
+puts [PT_sim peer answer]
 PT_option -rfc_flow_control
 RFC_INIT_REQ 1 3 1 0 0 0 0 0; puts [PT_wait {$RFCOMM_PRIM}]
 RFC_START_REQ {*}$peer 3 0 127 1; puts [PT_wait {$RFCOMM_PRIM}]; puts [PT_wait {$RFCOMM_PRIM}]

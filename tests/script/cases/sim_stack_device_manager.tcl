@@ -22,6 +22,8 @@ DM_ACL_CONNECT_REQ {*}$peer 0; puts [PT_wait_until {$DM_PRIM $DM_ACL_CONNECT_CFM
 DM_HCI_SNIFF_MODE 1 0 0 0 0x800 0x400 4 1; puts [PT_wait {$DM_PRIM}]
 DM_HCI_EXIT_SNIFF_MODE 1 0 0 0; puts [PT_wait {$DM_PRIM}]
 DM_HCI_QOS_SETUP_REQ 1 0 0 0 0 2 1000 0 20000 0; puts [PT_wait {$DM_PRIM}]
+# More bytes a second than the air carries: a violation follows.
+DM_HCI_QOS_SETUP_REQ 1 0 0 0 0 2 200000 0 20000 0; puts [PT_wait {$DM_PRIM}]; puts [PT_wait {$DM_PRIM}]
 DM_HCI_ROLE_DISCOVERY 1 0 0 0; puts [PT_wait {$DM_PRIM}]
 DM_SCO_INCOMING_REGISTER_REQ 2 0; puts [PT_wait {$DM_PRIM}]
 DM_SCO_CONNECT_REQ 2 0x77 {*}$peer 0x80; puts [PT_wait {$DM_PRIM}]
