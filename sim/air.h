@@ -40,7 +40,7 @@ struct AirFrame {
         l2_echo, l2_echo_rsp, l2_info, l2_info_rsp, l2_connectionless,
         rfc_start, rfc_start_rsp, rfc_close, rfc_pn, rfc_pn_rsp, rfc_establish, rfc_establish_rsp,
         rfc_release, rfc_data, rfc_credit, rfc_msc, rfc_rls, rfc_rpn, rfc_rpn_rsp, rfc_test, rfc_test_rsp,
-        rfc_fcon, rfc_fcoff,
+        rfc_fcon, rfc_fcoff, rfc_nsc,
         sdp_request, sdp_response,
         bnep_connect, bnep_connect_rsp, bnep_data, bnep_disconnect,
         tcp_open, tcp_open_rsp, tcp_data, tcp_close,

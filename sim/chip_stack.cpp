@@ -126,7 +126,7 @@ void StackCore::from_air(const AirFrame& frame) {
         case K::tcp_data:
         case K::tcp_close: bnep_tcp_from_air(frame); break;
         default:
-            if (frame.kind >= K::rfc_start && frame.kind <= K::rfc_fcoff)
+            if (frame.kind >= K::rfc_start && frame.kind <= K::rfc_nsc)
                 rfcomm_from_air(frame);
             else
                 l2cap_from_air(frame);

@@ -27,7 +27,8 @@ constexpr std::string_view kHelp =
     "address                the chip's device address: NAP UAP LAP\n"
     "peer [WORD...]         the remote peer: echo or sink, accept or refuse,\n"
     "                       pin TEXT or nopin, silent or answer (L2CAP\n"
-    "                       requests), psm N (registers a PSM)\n"
+    "                       requests), basic or full (RFCOMM commands),\n"
+    "                       psm N (registers a PSM)\n"
     "air [RATE [MS]]        the air's ACL data rate (bit/s) and latency\n"
     "help                   this list\n";
 
@@ -205,6 +206,8 @@ ControlResult peer(SimulatedChip& chip, Words args) {
             b.echo = word == "echo";
         } else if (word == "accept" || word == "refuse") {
             b.refuse = word == "refuse";
+        } else if (word == "basic" || word == "full") {
+            b.basic = word == "basic";
         } else if (word == "silent" || word == "answer") {
             b.silent = word == "silent";
         } else if (word == "nopin") {
@@ -216,7 +219,7 @@ ControlResult peer(SimulatedChip& chip, Words args) {
             if (!psm) return fail("Error, bad PSM '" + args[i] + "'\n");
             peer.register_psm(static_cast<uint16_t>(*psm));
         } else {
-            return fail("Error, usage: peer [echo|sink] [accept|refuse] [pin TEXT|nopin] [silent|answer] [psm N]\n");
+            return fail("Error, usage: peer [echo|sink] [accept|refuse] [pin TEXT|nopin] [silent|answer] [basic|full] [psm N]\n");
         }
     }
     peer.set_behaviour(b);

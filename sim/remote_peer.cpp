@@ -56,6 +56,7 @@ std::string RemotePeer::describe() const {
     text += behaviour_.refuse ? " refuse" : " accept";
     text += behaviour_.pin ? " pin " + *behaviour_.pin : " nopin";
     if (behaviour_.silent) text += " silent";
+    if (behaviour_.basic) text += " basic";
     text += " psms";
     char buffer[12];
     for (uint16_t psm : psms_) {
@@ -192,15 +193,31 @@ void RemotePeer::from_air(const AirFrame& frame) {
         send_rfcomm_waiting(device, frame.chan);
         return;
     }
-    case K::rfc_msc:
-    case K::rfc_rls: {
+    case K::rfc_rls:
+    case K::rfc_rpn:
+    case K::rfc_test:
+        if (behaviour_.basic) {
+            // RFCOMM's command types: RLS 0x14, RPN 0x24, Test 0x08.
+            const uint16_t type = frame.kind == K::rfc_rls ? 0x14 : frame.kind == K::rfc_rpn ? 0x24 : 0x08;
+            send({.kind = K::rfc_nsc, .to = device, .psm = type});
+            return;
+        }
+        if (frame.kind == K::rfc_rpn) {
+            send({.kind = K::rfc_rpn_rsp, .to = device, .psm = frame.psm, .chan = frame.chan, .identifier = frame.identifier, .data = frame.data});
+        } else if (frame.kind == K::rfc_test) {
+            send({.kind = K::rfc_test_rsp, .to = device, .data = frame.data});
+        } else {
+            AirFrame answer = frame;
+            answer.to = device;
+            send(answer);
+        }
+        return;
+    case K::rfc_msc: {
         AirFrame answer = frame;
         answer.to = device;
         send(answer);
         return;
     }
-    case K::rfc_rpn: send({.kind = K::rfc_rpn_rsp, .to = device, .psm = frame.psm, .chan = frame.chan, .identifier = frame.identifier, .data = frame.data}); return;
-    case K::rfc_test: send({.kind = K::rfc_test_rsp, .to = device, .data = frame.data}); return;
     case K::rfc_release: dlcs_.erase({device, frame.chan}); return;
     case K::rfc_close: std::erase_if(dlcs_, [&](const auto& d) { return d.first.first == device; }); return;
     case K::sco_connect:

@@ -27,6 +27,7 @@ public:
         bool refuse = false;        // refuses ACLs, channels and multiplexers
         std::optional<std::string> pin;  // asks for this PIN before an ACL
         bool silent = false;        // leaves L2CAP's connect and configure requests unanswered
+        bool basic = false;         // RFCOMM without port negotiation, line status and test
     };
 
     explicit RemotePeer(Air& air);

@@ -253,6 +253,11 @@ void StackCore::rfcomm_from_air(const AirFrame& frame) {
         emit(out);
         return;
     }
+    case K::rfc_nsc:
+        // The other side does not support a command: `psm` carries its type.
+        emit(ChipPrimitive("RFC_NSC_IND").set("phandle", rfc_phandle_).set("mux_id", mux_id).set("command_type", frame.psm)
+                 .set("cmd_res", 1));
+        return;
     case K::rfc_fcon: emit(prim("RFC_FCON_IND")); return;
     case K::rfc_fcoff: emit(prim("RFC_FCOFF_IND")); return;
     case K::rfc_release:

@@ -38,5 +38,7 @@ RFC_FCOFF_REQ 1; puts [PT_wait {$RFCOMM_PRIM}]
 RFC_FCON_REQ 1; puts [PT_wait {$RFCOMM_PRIM}]
 RFC_DATAWRITE_REQ 1 1 0 2 {0x11 0x22}; puts [PT_wait {$RFCOMM_PRIM}]; puts [PT_wait {$RFCOMM_PRIM}]; puts [PT_wait {$RFCOMM_PRIM}]
 RFC_ESTABLISH_REQ 1 2 5; puts [PT_wait {$RFCOMM_PRIM}]
+puts [PT_sim peer basic]
+RFC_PORTNEG_REQ 1 2 1 0 3 3 0 0 0 0 0x11 0x13 0x7f; puts [PT_wait {$RFCOMM_PRIM}]
 RFC_CLOSE_REQ 1; puts [PT_wait {$RFCOMM_PRIM}]
 PT_disconnect
