@@ -30,6 +30,7 @@ StackCore::StackCore(Air& air, BdAddr address)
 
 void StackCore::restart() {
     Lock lock(mutex_);
+    ++generation_;
     outbox_.clear();
     dm_phandle_ = acl_phandle_ = sco_phandle_ = sm_phandle_ = 0;
     settings_ = initial_settings();
@@ -152,11 +153,15 @@ void StackCore::flush() {
 }
 
 void StackCore::later(std::chrono::milliseconds delay, std::function<void()> action) {
-    air_->at(Air::Clock::now() + delay, [weak = weak_from_this(), action = std::move(action)] {
+    at(Air::Clock::now() + delay, std::move(action));
+}
+
+void StackCore::at(Air::Clock::time_point when, std::function<void()> action) {
+    air_->at(when, [weak = weak_from_this(), generation = generation_, action = std::move(action)] {
         if (auto self = weak.lock()) {
             {
                 Lock lock(self->mutex_);
-                action();
+                if (self->generation_ == generation) action();
             }
             self->flush();
         }

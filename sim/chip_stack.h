@@ -135,6 +135,9 @@ private:
     // Runs `action` under the lock on the air's thread after `delay`, with
     // what the air knows of `peer` (looked up before the lock is taken).
     void later(std::chrono::milliseconds delay, std::function<void()> action);
+    // The same at a point in time; an action of a chip that has restarted
+    // since is dropped, as the chip has forgotten what it was for.
+    void at(Air::Clock::time_point when, std::function<void()> action);
     void with_device(const BdAddr& peer, std::function<void(const std::optional<DeviceInfo>&)> action);
     uint16_t acl_phandle() const { return acl_phandle_ ? acl_phandle_ : dm_phandle_; }
 
@@ -160,6 +163,7 @@ private:
     const BdAddr address_;
 
     mutable std::mutex mutex_;  // everything below
+    uint64_t generation_ = 0;   // of the chip's starts
     std::deque<std::pair<uint8_t, std::vector<uint8_t>>> outbox_;
     StackModel::Send send_;
     std::mutex flush_mutex_;  // keeps batches in queue order; never taken under mutex_

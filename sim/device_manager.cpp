@@ -131,8 +131,10 @@ void StackCore::inquiry(const HostPrimitive& p) {
     air_->at(Air::Clock::now(), [weak = weak_from_this(), air = air_, number, wanted, self_address = address_] {
         auto self = weak.lock();
         if (!self) return;
+        // The air is asked without the chip's lock (it asks every device).
         std::vector<DeviceInfo> found = air->inquire(self_address);
         if (wanted != 0 && found.size() > wanted) found.resize(wanted);
+        Lock lock(self->mutex_);
         auto step = kInquiryStep;
         for (const DeviceInfo& info : found) {
             self->later(step, [self = self.get(), number, info] {

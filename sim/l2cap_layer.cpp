@@ -120,14 +120,8 @@ void StackCore::on_l2cap(const HostPrimitive& p) {
             left = send_air({.kind = K::l2_data, .to = c.peer, .src = cid, .dst = c.remote_cid, .data = {data.begin(), data.end()}});
         }
         // Confirmed once the data has left the chip.
-        air_->at(left, [weak = weak_from_this(), phandle = c.phandle, cid, length] {
-            if (auto self = weak.lock()) {
-                {
-                    Lock lock(self->mutex_);
-                    self->emit(ChipPrimitive("L2CA_DATAWRITE_CFM").set("phandle", phandle).set("cid", cid).set("length", length));
-                }
-                self->flush();
-            }
+        at(left, [this, phandle = c.phandle, cid, length] {
+            emit(ChipPrimitive("L2CA_DATAWRITE_CFM").set("phandle", phandle).set("cid", cid).set("length", length));
         });
     } else if (name == "L2CA_DISCONNECT_REQ") {
         if (!known) {

@@ -34,17 +34,10 @@ void StackCore::rfcomm_send_waiting(uint8_t mux_id, uint8_t chan) {
         const bool confirm = frame[2] != 0;
         const auto left = send_air({.kind = K::rfc_data, .to = mux.peer, .result = grant, .chan = chan,
                                     .data = {frame.begin() + 3, frame.end()}});
-        air_->at(left, [weak = weak_from_this(), mux_id, chan, confirm] {
-            auto self = weak.lock();
-            if (!self) return;
-            {
-                Lock lock(self->mutex_);
-                if (confirm)
-                    self->emit(ChipPrimitive("RFC_DATAWRITE_CFM").set("phandle", self->rfc_phandle_).set("mux_id", mux_id)
-                                   .set("server_chan", chan));
-                self->return_credit();
-            }
-            self->flush();
+        at(left, [this, mux_id, chan, confirm] {
+            if (confirm)
+                emit(ChipPrimitive("RFC_DATAWRITE_CFM").set("phandle", rfc_phandle_).set("mux_id", mux_id).set("server_chan", chan));
+            return_credit();
         });
     }
 }
@@ -137,15 +130,7 @@ void StackCore::on_rfcomm(const HostPrimitive& p) {
     } else if (name == "RFC_TEST_REQ") {
         const auto test = p.block("test_data");
         const auto left = send_air({.kind = K::rfc_test, .to = peer, .data = {test.begin(), test.end()}});
-        air_->at(left, [weak = weak_from_this()] {
-            if (auto self = weak.lock()) {
-                {
-                    Lock lock(self->mutex_);
-                    self->return_credit();
-                }
-                self->flush();
-            }
-        });
+        at(left, [this] { return_credit(); });
     } else if (name == "RFC_CONTROL_REQ") {
         send_air({.kind = K::rfc_msc, .to = peer, .psm = static_cast<uint16_t>(p.get("control_pars.modem_signal")),
                   .result = static_cast<uint16_t>(p.get("control_pars.break_signal")), .chan = chan});
