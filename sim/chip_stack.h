@@ -124,7 +124,7 @@ private:
     void dm_from_air(const AirFrame& frame);
     Acl* acl_by_handle(uint16_t handle);
     Acl& open_acl(const BdAddr& peer, bool incoming);
-    void close_acl(const BdAddr& peer, uint8_t reason, bool tell_peer);
+    void close_acl(BdAddr peer, uint8_t reason, bool tell_peer);  // by value: callers pass keys of acls_
     // Runs `then(true)` once an ACL to `peer` is up (paging it first), or
     // `then(false)` when the peer cannot be reached or refuses.
     void when_connected(const BdAddr& peer, std::function<void(bool)> then);

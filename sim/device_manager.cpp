@@ -98,7 +98,7 @@ void StackCore::when_connected(const BdAddr& peer, std::function<void(bool)> the
     });
 }
 
-void StackCore::close_acl(const BdAddr& peer, uint8_t reason, bool tell_peer) {
+void StackCore::close_acl(BdAddr peer, uint8_t reason, bool tell_peer) {
     const auto it = acls_.find(peer);
     if (it == acls_.end()) return;
     const uint16_t handle = it->second.handle;
