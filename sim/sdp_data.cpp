@@ -6,8 +6,10 @@ namespace kestrel::sim::sdp {
 namespace {
 
 Bytes with_header(uint8_t type, uint8_t size_index, std::initializer_list<uint8_t> value) {
-    Bytes out{static_cast<uint8_t>(type << 3 | size_index)};
-    out.insert(out.end(), value);
+    Bytes out;
+    out.reserve(1 + value.size());
+    out.push_back(static_cast<uint8_t>(type << 3 | size_index));
+    for (uint8_t b : value) out.push_back(b);
     return out;
 }
 
@@ -38,8 +40,11 @@ Bytes uint32(uint32_t v) { return with_header(1, 2, {uint8_t(v >> 24), uint8_t(v
 Bytes uuid16(uint16_t v) { return with_header(3, 1, {uint8_t(v >> 8), uint8_t(v)}); }
 
 Bytes text(std::string_view value) {
-    Bytes out{static_cast<uint8_t>(4 << 3 | 5), static_cast<uint8_t>(value.size())};
-    out.insert(out.end(), value.begin(), value.end());
+    Bytes out;
+    out.reserve(2 + value.size());
+    out.push_back(static_cast<uint8_t>(4 << 3 | 5));
+    out.push_back(static_cast<uint8_t>(value.size()));
+    for (char c : value) out.push_back(static_cast<uint8_t>(c));
     return out;
 }
 
