@@ -23,7 +23,16 @@ void ChipStack::receive(uint8_t channel, std::span<const uint8_t> message, const
     core_->receive(channel, message, send);
 }
 
+void ChipStack::stop() { core_->stop(); }
+
 BdAddr ChipStack::address() const { return core_->address(); }
+
+void StackCore::stop() {
+    std::lock_guard order(flush_mutex_);
+    Lock lock(mutex_);
+    stopped_ = true;
+    send_ = nullptr;
+}
 
 StackCore::StackCore(Air& air, BdAddr address)
     : air_(&air), address_(address), settings_(initial_settings()) {}
@@ -73,7 +82,7 @@ void StackCore::restart() {
 void StackCore::receive(uint8_t channel, std::span<const uint8_t> message, const StackModel::Send& send) {
     {
         Lock lock(mutex_);
-        if (!send_) send_ = send;
+        if (!send_ && !stopped_) send_ = send;
         // A primitive that Kestrel does not send, or that does not hold
         // together, is dropped as a chip drops what it cannot parse.
         const std::optional<HostPrimitive> p = HostPrimitive::decode(channel, message);

@@ -56,6 +56,7 @@ public:
     ~ChipStack() override;
     void restart(Restart kind) override;
     void receive(uint8_t channel, std::span<const uint8_t> message, const Send& send) override;
+    void stop() override;
 
     BdAddr address() const;
     const std::shared_ptr<SimWorld>& world() const { return world_; }
@@ -71,6 +72,8 @@ public:
 
     void restart();
     void receive(uint8_t channel, std::span<const uint8_t> message, const StackModel::Send& send);
+    // Sends nothing more; waits for a send under way.
+    void stop();
     DeviceInfo info() const override;
     void from_air(const AirFrame& frame) override;
     const BdAddr& address() const { return address_; }
@@ -166,6 +169,7 @@ private:
     uint64_t generation_ = 0;   // of the chip's starts
     std::deque<std::pair<uint8_t, std::vector<uint8_t>>> outbox_;
     StackModel::Send send_;
+    bool stopped_ = false;
     std::mutex flush_mutex_;  // keeps batches in queue order; never taken under mutex_
 
     // Device manager.
