@@ -2,7 +2,7 @@
 # simulated chip inside Kestrel (PTSP, no line rate): the rate at which the
 # loop builds and hands them to the link, and the rate until the chip holds
 # every one. bench/send_bench.sh sources it; it prints figures, judges none.
-PT_connect sim ptsp 115200
+PT_connect sim:stack=off ptsp 115200
 PT_option -rfc_flow_control
 # A PTCMD answer comes back behind everything sent before its request.
 proc settle {} {

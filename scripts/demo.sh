@@ -5,4 +5,4 @@ root=$(cd "$(dirname "$0")/.." && pwd)
 "$root/scripts/install-deps.sh"
 dir=$("$root/scripts/build.sh" normal)
 cd "$root"
-"$dir/kestrel" -e < "$root/examples/first_session.tcl"
+"$dir/kestrel" -e < "$root/examples/l2cap_echo.tcl"

@@ -106,6 +106,9 @@ public:
     virtual ~StackModel() = default;
     virtual void restart(Restart kind) = 0;
     virtual void receive(uint8_t channel, std::span<const uint8_t> message, const Send& send) = 0;
+    // Nothing is sent after this returns, even from the stack's own threads:
+    // the chip is going.
+    virtual void stop() {}
 };
 
 class ChipModel {
@@ -128,6 +131,7 @@ public:
     void panic(uint16_t code);
 
     const std::shared_ptr<PsStore>& ps() const { return ps_; }
+    StackModel* stack() const { return stack_.get(); }
 
 private:
     using Variable = ChipVariable;

@@ -6,7 +6,7 @@
 namespace kestrel::sim {
 namespace {
 
-constexpr std::string_view kKeys = "protocol, ps, rate, latency, drop, corrupt, seed";
+constexpr std::string_view kKeys = "protocol, ps, rate, latency, drop, corrupt, seed, stack";
 
 }  // namespace
 
@@ -64,6 +64,9 @@ bool apply_chip_option(ChipConfig& config, std::string_view key, std::string_vie
         const auto r = parse_rate(value);
         if (!r) return bad("a share from 0 to 1");
         (key == "drop" ? c.drop_rate : c.corrupt_rate) = *r;
+    } else if (key == "stack") {
+        if (value != "on" && value != "off") return bad("on or off");
+        config.stack = value == "on";
     } else if (key == "seed") {
         const auto n = parse_number(value, 0xFFFFFFFF);
         if (!n) return bad("a number");

@@ -8,6 +8,8 @@
 //   latency=MS              delay every byte
 //   drop=RATE, corrupt=RATE damage that share of the bursts (0 to 1)
 //   seed=N                  the faults' generators
+//   stack=on|off            run the host stack (on, the default) or only
+//                           record what arrives on its channels
 #pragma once
 
 #include <optional>
@@ -23,6 +25,9 @@ struct ChipConfig {
     std::optional<LinkProtocol> protocol;
     std::string ps_path;  // empty: the store lives in memory
     LinkConditions conditions;
+    // Off: the chip runs no host stack and only records the stack channels'
+    // messages (for tests of what Kestrel sends, byte for byte).
+    bool stack = true;
 };
 
 // One KEY and VALUE; false with `error` ("unknown simulator option 'x' ...",

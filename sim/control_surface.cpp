@@ -6,6 +6,7 @@
 
 #include "decode/received_primitives.h"
 #include "sim/chip_options.h"
+#include "sim/chip_stack.h"
 #include "sim/primitive_builder.h"
 #include "transport/platform/message_codec.h"
 
@@ -30,6 +31,12 @@ constexpr std::string_view kHelp =
     "halt                   stop the chip until a reset\n"
     "status                 the chip's state, line and counts\n"
     "ps                     the persistent store's keys\n"
+    "address                the chip's device address: NAP UAP LAP\n"
+    "peer [WORD...]         the remote peer: echo or sink, accept or refuse,\n"
+    "                       pin TEXT or nopin, silent or answer (L2CAP\n"
+    "                       requests), basic or full (RFCOMM commands),\n"
+    "                       psm N (registers a PSM)\n"
+    "air [RATE [MS]]        the air's ACL data rate (bit/s) and latency\n"
     "help                   this list\n";
 
 ControlResult ok(std::string text) { return {true, std::move(text)}; }
@@ -207,6 +214,69 @@ ControlResult ps(SimulatedChip& chip, Words) { return ok(PsStore::format(chip.ps
 
 ControlResult help(SimulatedChip&, Words) { return ok(std::string(kHelp)); }
 
+ChipStack* stack_of(SimulatedChip& chip) { return dynamic_cast<ChipStack*>(chip.stack()); }
+
+ControlResult address(SimulatedChip& chip, Words) {
+    ChipStack* stack = stack_of(chip);
+    if (!stack) return fail("Error, the chip runs no stack\n");
+    const BdAddr a = stack->address();
+    char text[48];
+    std::snprintf(text, sizeof text, "0x%04x 0x%02x 0x%06x\n", a.nap, a.uap, a.lap);
+    return ok(text);
+}
+
+ControlResult peer(SimulatedChip& chip, Words args) {
+    ChipStack* stack = stack_of(chip);
+    if (!stack) return fail("Error, the chip runs no stack\n");
+    RemotePeer& peer = *stack->world()->peer;
+    RemotePeer::Behaviour b = peer.behaviour();
+    for (size_t i = 0; i < args.size(); ++i) {
+        const std::string& word = args[i];
+        if (word == "echo" || word == "sink") {
+            b.echo = word == "echo";
+        } else if (word == "accept" || word == "refuse") {
+            b.refuse = word == "refuse";
+        } else if (word == "basic" || word == "full") {
+            b.basic = word == "basic";
+        } else if (word == "silent" || word == "answer") {
+            b.silent = word == "silent";
+        } else if (word == "nopin") {
+            b.pin.reset();
+        } else if (word == "pin" && i + 1 < args.size()) {
+            b.pin = args[++i];
+        } else if (word == "psm" && i + 1 < args.size()) {
+            const auto psm = parse_number(args[++i], 0xFFFF);
+            if (!psm) return fail("Error, bad PSM '" + args[i] + "'\n");
+            peer.register_psm(static_cast<uint16_t>(*psm));
+        } else {
+            return fail("Error, usage: peer [echo|sink] [accept|refuse] [pin TEXT|nopin] [silent|answer] [basic|full] [psm N]\n");
+        }
+    }
+    peer.set_behaviour(b);
+    return ok("peer " + peer.describe() + "\n");
+}
+
+ControlResult air(SimulatedChip& chip, Words args) {
+    ChipStack* stack = stack_of(chip);
+    if (!stack) return fail("Error, the chip runs no stack\n");
+    Air& air = *stack->world()->air;
+    AirSettings s = air.settings();
+    if (!args.empty()) {
+        const auto rate = parse_number(args[0], 100'000'000);
+        if (!rate || *rate == 0) return fail("Error, bad air rate '" + args[0] + "'\n");
+        s.rate = static_cast<double>(*rate);
+        if (args.size() > 1) {
+            const auto latency = parse_number(args[1], 10'000);
+            if (!latency) return fail("Error, bad air latency '" + args[1] + "'\n");
+            s.latency_ms = static_cast<double>(*latency);
+        }
+        air.set_settings(s);
+    }
+    char text[64];
+    std::snprintf(text, sizeof text, "air %.0f %g\n", s.rate, s.latency_ms);
+    return ok(text);
+}
+
 struct Command {
     std::string_view name;
     size_t min_args;
@@ -231,6 +301,9 @@ constexpr Command kCommands[] = {
     {"halt", 0, 0, "halt", halt},
     {"status", 0, 0, "status", status},
     {"ps", 0, 0, "ps", ps},
+    {"address", 0, 0, "address", address},
+    {"peer", 0, 9, "peer [WORD...]", peer},
+    {"air", 0, 2, "air [RATE [MS]]", air},
     {"help", 0, 0, "help", help},
 };
 

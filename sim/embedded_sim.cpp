@@ -13,6 +13,7 @@
 #include <vector>
 
 #include "sim/chip_options.h"
+#include "sim/chip_stack.h"
 
 namespace kestrel {
 namespace sim {
@@ -118,7 +119,9 @@ Registry& registry() {
 std::unique_ptr<ByteStream> make_embedded_chip(std::string_view device_name, const LineSettings&, std::string& error) {
     ChipConfig config;
     if (device_name.size() > 3 && !apply_chip_options(config, device_name.substr(4), error)) return nullptr;
-    SimulatedChip::Options options{config.protocol, nullptr, config.conditions, nullptr};
+    // Each chip inside Kestrel has an air of its own, with the remote peer.
+    SimulatedChip::Options options{config.protocol, nullptr, config.conditions,
+                                   config.stack ? std::make_unique<ChipStack>(SimWorld::make()) : nullptr};
     if (!config.ps_path.empty()) {
         options.ps = registry().ps_store(config.ps_path, error);
         if (!options.ps) return nullptr;

@@ -18,6 +18,7 @@
 #include <vector>
 
 #include "sim/chip_options.h"
+#include "sim/chip_stack.h"
 #include "sim/chip_server.h"
 #include "sim/control_surface.h"
 
@@ -40,6 +41,7 @@ constexpr std::string_view kUsage =
     "  --latency MS       delay every byte\n"
     "  --drop RATE, --corrupt RATE   damage that share of the line's bursts (0 to 1)\n"
     "  --seed N           the faults' generators\n"
+    "  --stack on|off     run the host stack (on) or only record its channels (off)\n"
     "Other options:\n"
     "  --ignore-eof       keep serving after standard input ends\n"
     "  --help\n"
@@ -120,8 +122,12 @@ bool parse_arguments(int argc, char** argv, Arguments& out) {
     return true;
 }
 
-std::unique_ptr<ChipServer> make_server(const ServedChip& served, std::string& error) {
-    SimulatedChip::Options options{served.config.protocol, nullptr, served.config.conditions, nullptr};
+// The chips of one petrelsim share one air, where they find each other and
+// the remote peer.
+std::unique_ptr<ChipServer> make_server(const ServedChip& served, const std::shared_ptr<SimWorld>& world,
+                                        std::string& error) {
+    SimulatedChip::Options options{served.config.protocol, nullptr, served.config.conditions,
+                                   served.config.stack ? std::make_unique<ChipStack>(world) : nullptr};
     if (!served.config.ps_path.empty()) {
         options.ps = PsStore::open(served.config.ps_path, error);
         if (!options.ps) return nullptr;
@@ -192,10 +198,11 @@ int main(int argc, char** argv) {
     ::signal(SIGPIPE, SIG_IGN);
     const int signal_fd = ::signalfd(-1, &signals, SFD_CLOEXEC);
 
+    const std::shared_ptr<SimWorld> world = SimWorld::make();
     std::vector<std::unique_ptr<ChipServer>> servers;
     for (const ServedChip& served : arguments.chips) {
         std::string error;
-        auto server = make_server(served, error);
+        auto server = make_server(served, world, error);
         if (!server) {
             fail("chip " + std::to_string(servers.size() + 1) + ": " + error);
             return 1;  // the servers made so far go with their socket files

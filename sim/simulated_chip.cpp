@@ -65,6 +65,7 @@ SimulatedChip::SimulatedChip(Options options)
 }
 
 SimulatedChip::~SimulatedChip() {
+    if (StackModel* stack = model_.stack()) stack->stop();
     {
         std::lock_guard lock(mutex_);
         stopping_ = true;

@@ -90,6 +90,8 @@ public:
     uint64_t bytes_corrupted() const;
 
     const std::shared_ptr<PsStore>& ps() const { return model_.ps(); }
+    // The on-chip stack, when the chip runs one.
+    StackModel* stack() const { return model_.stack(); }
 
 private:
     using Clock = std::chrono::steady_clock;

@@ -169,7 +169,7 @@ TEST(SimChipOptions, KeysSetTheConfigAndMistakesAreNamed) {
     EXPECT_TRUE(apply_chip_options(config, "", error));
 
     const std::pair<const char*, const char*> mistakes[] = {
-        {"colour=red", "unknown simulator option 'colour' (protocol, ps, rate, latency, drop, corrupt, seed)"},
+        {"colour=red", "unknown simulator option 'colour' (protocol, ps, rate, latency, drop, corrupt, seed, stack)"},
         {"protocol=usb", "bad value 'usb' for simulator option protocol (ptsp, h4 or auto)"},
         {"rate=fast", "bad value 'fast' for simulator option rate (bits a second, 0 for unlimited)"},
         {"drop=1.5", "bad value '1.5' for simulator option drop (a share from 0 to 1)"},
@@ -247,7 +247,7 @@ TEST(SimEmbedded, SimDeviceNamesStartAChipThatPtSimControls) {
 
     std::string error;
     EXPECT_FALSE(make_byte_stream("sim:colour=red", {}, error));
-    EXPECT_EQ(error, "unknown simulator option 'colour' (protocol, ps, rate, latency, drop, corrupt, seed)");
+    EXPECT_EQ(error, "unknown simulator option 'colour' (protocol, ps, rate, latency, drop, corrupt, seed, stack)");
 
     auto stream = make_byte_stream("sim:protocol=h4,rate=0", {}, error);
     ASSERT_TRUE(stream) << error;

@@ -3,7 +3,7 @@
 # that are missing, unknown channels, and the special fields' own messages.
 DM_HCI_RESET
 PT_send 4 0x0c03
-PT_connect sim ptsp 115200; after 300
+PT_connect sim:stack=off ptsp 115200; after 300
 # What the chip received, once a PTCMD answer shows it has all arrived.
 proc received {} { PT_send $::PTCMD_PRIM 10 0 9 1 0x281a 0 0 0 0 0; PT_wait 2; set r [lrange [split [string trim [PT_sim received]] \n] 0 end-1]; PT_sim clear; join $r \n }
 L2CA_CONNECT_RSP 1 0x40

@@ -1,7 +1,7 @@
 # With the internal debugger on, a built primitive is traced field by field
 # between its header and its rule; special fields dump what they wrote; an
 # unknown type through PT_send is reported on the error trace.
-PT_connect sim ptsp 115200; after 300
+PT_connect sim:stack=off ptsp 115200; after 300
 DM_HCI_INQUIRY 0x9e8b33 8 0x1ff
 L2CA_DATAWRITE_REQ 0x40 3 {1 2 3}
 BNEP_DATA_REQ 0x800 {0x0002 0x5bff 0x0c67} {0x11 0x22} 2
