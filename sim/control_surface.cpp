@@ -104,9 +104,9 @@ ControlResult prim(SimulatedChip& chip, Words args) {
     const auto row = std::find_if(rows.begin(), rows.end(), [&](const PrimitiveDef& r) { return r.name == args[0]; });
     if (row == rows.end()) return fail("Error, no received primitive is named '" + args[0] + "'\n");
     std::string error;
-    const auto primitive = build_primitive(*row, args.subspan(1), error);
-    if (!primitive) return fail(error);
-    if (!chip.send(static_cast<uint8_t>(row->channel), encode_stack_message(*primitive), error)) return fail(error);
+    const auto message = build_message(*row, args.subspan(1), error);
+    if (!message) return fail(error);
+    if (!chip.send(static_cast<uint8_t>(row->channel), *message, error)) return fail(error);
     return ok("");
 }
 
