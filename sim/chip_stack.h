@@ -184,6 +184,10 @@ private:
     std::map<BdAddr, Acl> acls_;
     uint16_t next_handle_ = 1;
     std::map<uint16_t, BdAddr> scos_;
+    // Controller-to-host flow control (DM_HC_TO_HOST_FLOW_CONTROL): while it
+    // is on, the stack gives each received L2CAP packet's buffer back to the
+    // controller and confirms the completed-packets report to this handle.
+    std::optional<uint16_t> host_flow_phandle_;
     uint32_t sco_cbarg_ = 0;  // of DM_SCO_INCOMING_REGISTER_REQ
     struct ScoRequest {
         uint16_t phandle;

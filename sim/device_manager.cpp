@@ -195,6 +195,12 @@ void StackCore::on_dm(const HostPrimitive& p) {
     } else if (name == "DM_SM_L2CAP_REGISTER_REQ") {
         sm_phandle_ = static_cast<uint16_t>(p.get("phandle"));
         return;
+    } else if (name == "DM_HC_TO_HOST_FLOW_CONTROL") {
+        if (p.get("Active"))
+            host_flow_phandle_ = static_cast<uint16_t>(p.get("phandle"));
+        else
+            host_flow_phandle_.reset();
+        return;
     } else if (name == "DM_SM_SET_SEC_MODE_REQ") {
         sec_mode_ = static_cast<uint8_t>(p.get("mode"));
     } else if (name == "DM_HCI_INQUIRY" || name == "DM_HCI_PERIODIC_INQUIRY") {

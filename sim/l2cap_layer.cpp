@@ -233,6 +233,8 @@ void StackCore::l2cap_from_air(const AirFrame& frame) {
         if (!known) return;
         emit(ChipPrimitive("L2CA_DATAREAD_IND").set("phandle", channel->second.phandle).set("cid", frame.dst)
                  .block("data", frame.data));
+        if (host_flow_phandle_)
+            emit(ChipPrimitive("DM_HCI_HOST_NUM_COMPLETED_PACKETS_COMPLETE").set("phandle", *host_flow_phandle_));
         return;
     }
     case K::l2_connectionless: {
