@@ -15,14 +15,6 @@ constexpr uint32_t kInquiryRecord = 20;
 constexpr uint32_t kLinkKeyEntry = 24;
 constexpr uint32_t kLapBytes = 3;
 
-uint32_t width_bytes(FieldWidth width) {
-    switch (width) {
-    case FieldWidth::u8: return 1;
-    case FieldWidth::u16: return 2;
-    default: return 4;
-    }
-}
-
 // Values of an inline array, each "0x%lx", blank-separated.
 std::string values_text(const FieldDef& field, const PrimitiveView& view) {
     std::string text;

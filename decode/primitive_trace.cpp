@@ -17,10 +17,6 @@ constexpr uint32_t kOutgoingHeader = 0x06000000;
 constexpr uint32_t kOutgoingField = 0x04800000;
 constexpr uint32_t kOutgoingRule = 0x05000000;
 
-uint32_t width_bytes(FieldWidth width) {
-    return width == FieldWidth::u8 ? 1 : width == FieldWidth::u16 ? 2 : 4;
-}
-
 // The header's fill follows the length of the format, so the name itself is
 // the format; primitive names hold no '%'.
 #pragma GCC diagnostic push

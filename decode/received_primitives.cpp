@@ -1196,14 +1196,6 @@ constexpr PrimitiveDef kReceived[] = {
     {"DM_HCI_MODE_CHANGE_EVENT", 0x080F, kChannelDm, 20, kDmHciModeChangeEvent, PrimitiveFamily::dm},
 };
 
-constexpr size_t width_bytes(FieldWidth width) {
-    switch (width) {
-    case FieldWidth::u8: return 1;
-    case FieldWidth::u16: return 2;
-    default: return 4;
-    }
-}
-
 constexpr bool fields_inside(const PrimitiveDef& row) {
     for (const FieldDef& field : row.fields) {
         if (field.offset + width_bytes(field.width) * field.count > row.size) return false;

@@ -342,10 +342,6 @@ constexpr PrimitiveDef kSentPrimitives[] = {
 constexpr size_t kSentPrimitiveCount = 176;
 static_assert(std::size(kSentPrimitives) == kSentPrimitiveCount);
 
-constexpr unsigned width_bytes(FieldWidth width) {
-    return width == W::u8 ? 1 : width == W::u16 ? 2 : 4;
-}
-
 // Every field lies inside its primitive, and the type is the only thing
 // before offset 2.
 constexpr bool fields_inside(const PrimitiveDef& row) {

@@ -119,8 +119,6 @@ static_assert(std::size(kTciSentPrimitives) == kTciCommandCount + 25);
 constexpr FieldDef kAclFields[] = {{"handle", 0, W::u16}, {"length", 2, W::u16}, {"data", 4, W::ptr, 1, F::block}};
 constexpr PrimitiveDef kAclRecord{"TCI_ACL_DATA", 0, kChannelAcl, 8, kAclFields, P::tci};
 
-constexpr unsigned width_bytes(FieldWidth width) { return width == W::u8 ? 1 : width == W::u16 ? 2 : 4; }
-
 // Every field lies behind the envelope and inside its primitive.
 constexpr bool fields_inside() {
     for (const PrimitiveDef& row : kTciSentPrimitives)

@@ -13,14 +13,6 @@ namespace {
 constexpr size_t kNamePart = 32;
 constexpr size_t kMaxName = 248;
 
-unsigned element_size(FieldWidth width) {
-    switch (width) {
-    case FieldWidth::u8: return 1;
-    case FieldWidth::u16: return 2;
-    default: return 4;
-    }
-}
-
 const FieldDef* find_field(const PrimitiveDef& row, std::string_view name) {
     for (const FieldDef& field : row.fields)
         if (field.name == name) return &field;
@@ -28,7 +20,7 @@ const FieldDef* find_field(const PrimitiveDef& row, std::string_view name) {
 }
 
 uint32_t load(const std::vector<uint8_t>& bytes, size_t at, FieldWidth width) {
-    const unsigned size = element_size(width);
+    const unsigned size = width_bytes(width);
     if (at + size > bytes.size()) return 0;
     switch (width) {
     case FieldWidth::u8: return bytes[at];
@@ -69,7 +61,7 @@ bool HostPrimitive::has(std::string_view field) const { return find_field(*row_,
 uint32_t HostPrimitive::get(std::string_view name, unsigned index) const {
     const FieldDef* field = find_field(*row_, name);
     if (!field || field->width == FieldWidth::ptr || index >= field->count) return 0;
-    return load(primitive_.bytes, field->offset + index * element_size(field->width), field->width);
+    return load(primitive_.bytes, field->offset + index * width_bytes(field->width), field->width);
 }
 
 std::span<const uint8_t> HostPrimitive::block(std::string_view name, unsigned index) const {
@@ -107,8 +99,8 @@ const FieldDef* ChipPrimitive::field(std::string_view name) const { return find_
 bool ChipPrimitive::has(std::string_view name) const { return field(name) != nullptr; }
 
 void ChipPrimitive::put(const FieldDef& f, uint32_t value, unsigned index) {
-    const size_t at = f.offset + index * element_size(f.width);
-    if (at + element_size(f.width) > primitive_.bytes.size()) return;
+    const size_t at = f.offset + index * width_bytes(f.width);
+    if (at + width_bytes(f.width) > primitive_.bytes.size()) return;
     switch (f.width) {
     case FieldWidth::u8: primitive_.bytes[at] = static_cast<uint8_t>(value); break;
     case FieldWidth::u16: put_le16(primitive_.bytes.data() + at, static_cast<uint16_t>(value)); break;

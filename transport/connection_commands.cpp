@@ -14,6 +14,21 @@ namespace {
 
 bool defaulted(int argc, const char* arg) { return argc == 1 || arg[0] == '-'; }
 
+// The device: argument 1, or for none or a '-' the variable comport.
+std::string device_argument(Tcl_Interp* interp, int argc, const char* argv[]) {
+    if (!defaulted(argc, argc > 1 ? argv[1] : "")) return argv[1];
+    const char* comport = Tcl_GetVar(interp, "comport", 0);
+    return comport ? comport : "bad_mojo";
+}
+
+// The rate: argument index, or for none or a '-' the variable baud_rate; -1
+// when neither gives one.
+int32_t baud_argument(Tcl_Interp* interp, int argc, const char* argv[], int index) {
+    if (!defaulted(argc, argc > index ? argv[index] : "")) return parse_number(argv[index]);
+    if (const char* rate = Tcl_GetVar(interp, "baud_rate", 0)) return parse_number(rate);
+    return -1;
+}
+
 ChipProtocol protocol_word(const char* word) {
     if (strcasecmp(word, "ptsp") == 0) return ChipProtocol::ptsp;
     if (strcasecmp(word, "h4") == 0) return ChipProtocol::h4;
@@ -35,13 +50,7 @@ int pt_connect_command(ClientData client_data, Tcl_Interp* interp, int argc, con
         return TCL_ERROR;
     }
 
-    std::string device;
-    if (defaulted(argc, argc > 1 ? argv[1] : "")) {
-        const char* comport = Tcl_GetVar(interp, "comport", 0);
-        device = comport ? comport : "bad_mojo";
-    } else {
-        device = argv[1];
-    }
+    const std::string device = device_argument(interp, argc, argv);
 
     ChipProtocol protocol = ChipProtocol::ptsp;
     if (!defaulted(argc, argc > 1 ? argv[2] : "")) {
@@ -51,12 +60,7 @@ int pt_connect_command(ClientData client_data, Tcl_Interp* interp, int argc, con
         if (strcasecmp(word, "h4") == 0) protocol = ChipProtocol::h4;
     }
 
-    int32_t baud = -1;
-    if (!defaulted(argc, argc > 1 ? argv[3] : "")) {
-        baud = parse_number(argv[3]);
-    } else if (const char* rate = Tcl_GetVar(interp, "baud_rate", 0)) {
-        baud = parse_number(rate);
-    }
+    const int32_t baud = baud_argument(interp, argc, argv, 3);
 
     // A TCI link that is up shares its queue with the chip.
     std::shared_ptr<PrimitiveRing> tci_ring;
@@ -89,19 +93,8 @@ int tci_connect_command(ClientData client_data, Tcl_Interp* interp, int argc, co
         Tcl_AppendResult(interp, "Error in arguments\n", "Usage: connect <devname> <baudrate>\n", nullptr);
         return TCL_ERROR;
     }
-    std::string device;
-    if (defaulted(argc, argc > 1 ? argv[1] : "")) {
-        const char* comport = Tcl_GetVar(interp, "comport", 0);
-        device = comport ? comport : "bad_mojo";
-    } else {
-        device = argv[1];
-    }
-    int32_t baud = -1;
-    if (!defaulted(argc, argc > 1 ? argv[2] : "")) {
-        baud = parse_number(argv[2]);
-    } else if (const char* rate = Tcl_GetVar(interp, "baud_rate", 0)) {
-        baud = parse_number(rate);
-    }
+    const std::string device = device_argument(interp, argc, argv);
+    const int32_t baud = baud_argument(interp, argc, argv, 2);
 
     // Stored at once, replacing any earlier link: there is no already-
     // connected test, and a link whose device never became ready stays

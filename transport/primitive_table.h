@@ -12,6 +12,11 @@ namespace kestrel {
 
 enum class FieldWidth : uint8_t { u8, u16, u32, ptr };
 
+// The bytes one element of the width takes in the chip's layout.
+constexpr unsigned width_bytes(FieldWidth width) {
+    return width == FieldWidth::u8 ? 1 : width == FieldWidth::u16 ? 2 : 4;
+}
+
 // What a field holds when it is not one number: how a builder encodes the
 // script's argument into it, or how a decoder shows it. Each value names one
 // codec; no value belongs to a single primitive's code path.
