@@ -14,9 +14,9 @@ timeout 60 "$(dirname "$kestrel")/petrelsim" --unix "$work/a.sock" --unix "$work
 sim=$!
 trap 'kill $sim 2>/dev/null; wait $sim 2>/dev/null; rm -rf "$work"' EXIT
 for i in $(seq 100); do [ "$(wc -l < where.txt)" -ge 2 ] && break; sleep 0.05; done
-timeout 50 "$kestrel" -b -v "device=$work/b.sock" < "$here/two_sessions/acceptor.tcl" > acceptor.txt 2>&1 &
+timeout 50 "$kestrel" -b -v "device=$work/b.sock" -v "session_start=$here/two_sessions/session_start.tcl" < "$here/two_sessions/acceptor.tcl" > acceptor.txt 2>&1 &
 acceptor=$!
-timeout 50 "$kestrel" -b -v "device=$work/a.sock" < "$here/two_sessions/initiator.tcl" > initiator.txt 2>&1
+timeout 50 "$kestrel" -b -v "device=$work/a.sock" -v "session_start=$here/two_sessions/session_start.tcl" < "$here/two_sessions/initiator.tcl" > initiator.txt 2>&1
 wait $acceptor
 status=0
 for side in acceptor initiator; do

@@ -1,17 +1,7 @@
 # The accepting side: its chip is found by the other chip's inquiry, takes
 # the L2CAP channel on PSM 0x1234, configures it, answers "ping" with "pong"
 # and sees the channel go. Every step waits for the other session's doing.
-PT_connect $device ptsp 115200
-PT_option +timeout 20
-proc expect {channel type} {
-    set got [PT_wait_until [list $channel $type]]
-    if {$got == ""} { error "nothing arrived of type $type on channel $channel" }
-    return $got
-}
-DM_AM_REGISTER_REQ 1
-expect $DM_PRIM $DM_AM_REGISTER_CFM
-L2CA_REGISTER_REQ 0x1234 1
-expect $L2CAP_PRIM $L2CA_REGISTER_CFM
+source $session_start
 DM_HCI_WRITE_SCAN_ENABLE 3
 expect $DM_PRIM $DM_HCI_WRITE_SCAN_ENABLE_COMPLETE
 expect $L2CAP_PRIM $L2CA_CONNECT_IND

@@ -1,17 +1,7 @@
 # The initiating side: finds the other chip by inquiry (the remote peer
 # answers too, and is passed over), opens an L2CAP channel to its PSM
 # 0x1234, sends "ping", reads "pong", disconnects.
-PT_connect $device ptsp 115200
-PT_option +timeout 20
-proc expect {channel type} {
-    set got [PT_wait_until [list $channel $type]]
-    if {$got == ""} { error "nothing arrived of type $type on channel $channel" }
-    return $got
-}
-DM_AM_REGISTER_REQ 1
-expect $DM_PRIM $DM_AM_REGISTER_CFM
-L2CA_REGISTER_REQ 0x1234 1
-expect $L2CAP_PRIM $L2CA_REGISTER_CFM
+source $session_start
 set other {}
 for {set tries 0} {$tries < 100 && $other == ""} {incr tries} { DM_HCI_INQUIRY 0x9e8b33 1 0; while 1 { set got [PT_wait_until [list $DM_PRIM $DM_HCI_INQUIRY_RESULT $DM_HCI_INQUIRY_COMPLETE]]; if {$got == ""} { error "the inquiry did not end" }; if {[lindex $got 1] == $DM_HCI_INQUIRY_COMPLETE} break; if {[lindex [lindex $got 4] 0] != 0xff0c67} { set other [lrange [lindex $got 4] 0 2] } }; if {$other == ""} { after 100 } }
 if {$other == ""} { error "the other chip was not found" }
