@@ -84,6 +84,11 @@ void print_sent_primitive(const DebugSwitches& switches, const PrimitiveDef& row
     if (wanted(row, TraceDirection::out, [&](uint8_t i) { return switches[i]; })) print_paragraph(row, primitive);
 }
 
+void print_sent_primitive(const LinkDebugSwitches& switches, const PrimitiveDef& row,
+                          const AttachedPrimitive& primitive) {
+    if (wanted(row, TraceDirection::out, [&](uint8_t i) { return switches[i].load(); })) print_paragraph(row, primitive);
+}
+
 void print_received_primitive(const LinkDebugSwitches& switches, const PrimitiveDef& row,
                               const AttachedPrimitive& primitive) {
     if (wanted(row, TraceDirection::in, [&](uint8_t i) { return switches[i].load(); }))

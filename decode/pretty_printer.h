@@ -25,6 +25,10 @@ namespace kestrel {
 std::string pretty_print_primitive(const PrimitiveDef& row, const AttachedPrimitive& primitive);
 
 void print_sent_primitive(const DebugSwitches& switches, const PrimitiveDef& row, const AttachedPrimitive& primitive);
+// The same for what a link sends on its own (the throughput tests), by the
+// link's copy of the switches.
+void print_sent_primitive(const LinkDebugSwitches& switches, const PrimitiveDef& row,
+                          const AttachedPrimitive& primitive);
 void print_received_primitive(const LinkDebugSwitches& switches, const PrimitiveDef& row,
                               const AttachedPrimitive& primitive);
 

@@ -10,6 +10,7 @@
 #include "shell/pt_option.h"
 #include "sim/sim_command.h"
 #include "transfer/payload_commands.h"
+#include "transfer/throughput_commands.h"
 #include "transport/connection_commands.h"
 #include "transport/wait_commands.h"
 
@@ -41,6 +42,40 @@ const BuiltinCommand kBuiltinCommands[] = {
     {"PT_validate", pt_validate_command, "payload [agpmode] [seed]",
      "bad_byte_count [first_bad_byte] [expected_payload...]",
      "Internal command. Validate a payload using the current agpmode.", "None"},
+    {"PT_btrfcomm", pt_btrfcomm_command,
+     "mux_id server_chan tx_payload_length tx_credits rx_credits rx_reissue_threshold rx_reissue_credits "
+     "tx_primitive_count rx_primitive_count [async]",
+     "status transfer_time_in_secs tx_count rx_count tx_bytes_per_sec rx_bytes_per_sec tx_credits rx_credits",
+     "Internal command. Transfers and receives a specified number of RFCOMM\npayloads.", "None"},
+    {"PT_ttrfcomm", pt_ttrfcomm_command,
+     "mux_id server_chan tx_payload_length tx_credits rx_credits rx_reissue_threshold rx_reissue_credits "
+     "tx_enabled rx_enabled timeperiod [async]",
+     "status transfer_time_in_secs tx_count rx_count tx_bytes_per_sec rx_bytes_per_sec tx_credits rx_credits",
+     "Internal command. Transfers and receives RFCOMM payloads over a\n"
+     "specified length of time. The timeperiod is in seconds.\n"
+     "Setting tx_enabled to a non zero value will cause the device to\n"
+     "issue data, setting rx_enabled to a non zero value will cause the\n"
+     "device to expect incoming data",
+     "None"},
+    {"PT_cancel", pt_cancel_command, "[cid] [mux_id server_chan]", "None",
+     "Internal command. Cancel asynchronous transfer(s) taking place.\n"
+     "Passing no parameters will cause ALL l2cap/rfcomm transfers to stop\n"
+     "Passing one parameter assumes an l2cap async transfer cancel\n"
+     " - the parameter required is a cid in this case.\n"
+     "Passing two parameters assumes an rfcomm async transfer cancel\n"
+     " - the parameters required is mux_id and server_chan in this case.\n",
+     "None"},
+    {"PT_btl2cap", pt_btl2cap_command, "cid tx_payload_length tx_primitive_count rx_primitive_count [async]",
+     "status transfer_time_in_secs tx_count rx_count tx_bytes_per_sec rx_bytes_per_sec",
+     "Internal command. Transfers and receives a specified number of L2CAP\npayloads.", "None"},
+    {"PT_ttl2cap", pt_ttl2cap_command, "cid tx_payload_length tx_enabled rx_enabled timeperiod [async]",
+     "status transfer_time_in_secs tx_count rx_count tx_bytes_per_sec rx_bytes_per_sec",
+     "Internal command. Transfers and receives L2CAP payloads over a\n"
+     "specified length of time. The timeperiod is in seconds. Setting\n"
+     "tx_enabled to a non zero value will cause the device to issue data,\n"
+     "setting rx_enabled to a non zero value will cause the device to\n"
+     "expect incoming data",
+     "None"},
     {"PT_flush", pt_flush_command, "None", "None",
      "Internal command. Flushes Kestrel of all incoming primitives received.", "None"},
     {"OS_send_mouse_report", os_send_mouse_report_command, "button_byte delta_x delta_y delta_wheel", "None",

@@ -3,6 +3,7 @@
 #include <cstdarg>
 #include <cstdio>
 
+#include "transfer/transfer_list.h"
 #include "transport/connection_state.h"
 
 namespace kestrel {
@@ -12,15 +13,20 @@ SessionContext* g_current_session = nullptr;
 SessionContext::SessionContext() { Tcl_DStringInit(&partial); }
 
 SessionContext::~SessionContext() {
-    if (connected(kChipConnected)) {
-        clear_connected(kChipConnected);
-        device_link.reset();
-    }
+    if (connected(kChipConnected)) clear_connected(kChipConnected);
+    // The link goes before the generator its transfers use.
+    drop_device_link();
     if (connected(kTciConnected)) clear_connected(kTciConnected);
     tci_link.reset();
     if (interp) Tcl_DeleteInterp(interp);
     interp = nullptr;
     Tcl_DStringFree(&partial);
+}
+
+void SessionContext::drop_device_link() {
+    if (device_link && interp)
+        for (const std::string& name : device_link->transfers().linked()) Tcl_UnlinkVar(interp, name.c_str());
+    device_link.reset();
 }
 
 void SessionContext::append_message(const char* format, ...) {

@@ -49,6 +49,10 @@ public:
     // end adds nothing.
     void print_statistics();
 
+    // Ends the chip's link: the script variables linked to its transfers'
+    // counters are unlinked first (they keep their last values).
+    void drop_device_link();
+
     // The device link's queue when a chip is connected, else the TCI link's;
     // null when neither holds one (no link, or the raw mode).
     PrimitiveRing* receive_queue();
@@ -69,6 +73,9 @@ public:
     // One per table-made command; a deque, so that the addresses given to
     // Tcl stay put.
     std::deque<CommandBinding> command_bindings;
+    // Set by an asynchronous transfer, cleared when a transfer's result is
+    // taken finished.
+    uint8_t async_transfer = 0;
 
     // Read-eval state: new_command is true when no partial command is held;
     // partial accumulates the lines of an incomplete command.

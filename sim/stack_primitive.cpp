@@ -13,12 +13,6 @@ namespace {
 constexpr size_t kNamePart = 32;
 constexpr size_t kMaxName = 248;
 
-const FieldDef* find_field(const PrimitiveDef& row, std::string_view name) {
-    for (const FieldDef& field : row.fields)
-        if (field.name == name) return &field;
-    return nullptr;
-}
-
 uint32_t load(const std::vector<uint8_t>& bytes, size_t at, FieldWidth width) {
     const unsigned size = width_bytes(width);
     if (at + size > bytes.size()) return 0;

@@ -57,14 +57,14 @@ void RfcommFlowControl::submit(AttachedPrimitive primitive, uint32_t size) {
         queue_.push_back({std::move(primitive), accounted});
 }
 
+bool RfcommFlowControl::is_credit(const AttachedPrimitive& primitive) const {
+    std::lock_guard lock(mutex_);
+    return enabled_ && primitive.type() == kDataInd && primitive.bytes.size() >= 8 && primitive.bytes[4] == 0xFF &&
+           primitive.bytes[5] == 0xFF;
+}
+
 void RfcommFlowControl::incoming(const AttachedPrimitive& primitive) {
-    bool is_credit = false;
-    {
-        std::lock_guard lock(mutex_);
-        is_credit = enabled_ && primitive.type() == kDataInd && primitive.bytes.size() >= 8 &&
-                    primitive.bytes[4] == 0xFF && primitive.bytes[5] == 0xFF;
-    }
-    if (is_credit)
+    if (is_credit(primitive))
         credit(field16(primitive, 6));
     else
         forward_(primitive);

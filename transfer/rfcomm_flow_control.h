@@ -38,6 +38,10 @@ public:
     // on) is consumed; anything else goes to the receive queue.
     void incoming(const AttachedPrimitive& primitive);
 
+    // A credit primitive: RFC_DATA_IND on mux and server channel 0xFF while
+    // flow control is on.
+    bool is_credit(const AttachedPrimitive& primitive) const;
+
     // The chip's running credit total.
     void credit(uint16_t total);
 

@@ -65,7 +65,7 @@ int pt_connect_command(ClientData client_data, Tcl_Interp* interp, int argc, con
     // A TCI link that is up shares its queue with the chip.
     std::shared_ptr<PrimitiveRing> tci_ring;
     if (connected(kTciConnected) && session.tci_link) tci_ring = session.tci_link->shared_ring();
-    session.device_link = std::make_unique<DeviceLink>();
+    session.device_link = std::make_unique<DeviceLink>(session.payload_generator);
     const int reason = session.device_link->connect(device, baud, protocol, std::move(tci_ring));
     if (reason != 0) {
         session.append_message("ERROR - Failed to connect (reason : %d)\n", reason);
@@ -83,7 +83,7 @@ int pt_disconnect_command(ClientData client_data, Tcl_Interp* interp, int, const
     // The counts are added while the link still counts as connected.
     session.accumulate_statistics();
     clear_connected(kChipConnected);
-    session.device_link.reset();
+    session.drop_device_link();
     return TCL_OK;
 }
 

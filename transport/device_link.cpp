@@ -6,9 +6,11 @@
 #include "decode/pretty_printer.h"
 #include "decode/primitive_trace.h"
 #include "decode/received_primitives.h"
+#include "transfer/data_primitives.h"
 #include "shell/output.h"
 #include "shell/trace_printer.h"
 #include "transfer/rfcomm_flow_control.h"
+#include "transfer/transfer_list.h"
 #include "transport/channel.h"
 #include "transport/platform/byte_stream.h"
 #include "transport/platform/message_codec.h"
@@ -58,7 +60,35 @@ std::unique_ptr<ByteStream> usb_stream(const std::string& device, std::string& e
 
 }  // namespace
 
-DeviceLink::DeviceLink() = default;
+// What the throughput engines send and take through this link.
+class DeviceLink::TransferSide final : public TransferPort {
+public:
+    explicit TransferSide(DeviceLink& link) : link_(link) {}
+    void send_l2cap(AttachedPrimitive primitive) override {
+        const PrimitiveDef& row = *data_primitives().write;
+        print_sent_primitive(link_.switches_, row, primitive);
+        link_.send_primitive(row, std::move(primitive));
+    }
+    void send_rfcomm(AttachedPrimitive primitive) override {
+        const PrimitiveDef& row = *data_primitives().rfc_req;
+        print_sent_primitive(link_.switches_, row, primitive);
+        link_.send_rfcomm(std::move(primitive), row.size);
+    }
+    std::optional<std::vector<uint8_t>> take_queued(uint32_t channel,
+                                                    const std::function<bool(const PrimitiveView&)>& wanted) override {
+        if (!link_.ring_) return std::nullopt;
+        return link_.ring_->take_oldest_if(channel, [&](const uint8_t* primitive, uint32_t size) {
+            return wanted(PrimitiveView::record(primitive, size));
+        });
+    }
+
+private:
+    DeviceLink& link_;
+};
+
+DeviceLink::DeviceLink(PayloadGenerator& generator)
+    : transfer_side_(std::make_unique<TransferSide>(*this)),
+      transfers_(std::make_unique<TransferList>(*transfer_side_, generator)) {}
 
 DeviceLink::~DeviceLink() {
     // The reader goes first, so that nothing arrives into a queue that is
@@ -284,7 +314,11 @@ void DeviceLink::on_stack_primitive(uint32_t channel, std::span<const uint8_t> m
 }
 
 void DeviceLink::deliver(uint32_t channel, const AttachedPrimitive& primitive) {
+    // A running throughput test takes its channel's data and confirmations;
+    // the flow control takes the chip's credits; the queue takes the rest.
+    if (channel == kChannelL2cap && transfers_->offer_l2cap(primitive)) return;
     if (channel == kChannelRfcomm) {
+        if (!flow_control_->is_credit(primitive) && transfers_->offer_rfcomm(primitive)) return;
         flow_control_->incoming(primitive);
         return;
     }

@@ -21,7 +21,9 @@ namespace kestrel {
 
 class ByteStream;
 class MessageLink;
+class PayloadGenerator;
 class RfcommFlowControl;
+class TransferList;
 
 // The link's counters, in its own order (HQ before DEBUG).
 enum LinkCounter : uint8_t {
@@ -37,7 +39,8 @@ enum class ChipProtocol { ptsp = 1, h4 = 2, usb = 3, raw = 4 };
 
 class DeviceLink {
 public:
-    DeviceLink();
+    // The generator makes and checks the throughput tests' payloads.
+    explicit DeviceLink(PayloadGenerator& generator);
     ~DeviceLink();
     DeviceLink(const DeviceLink&) = delete;
     DeviceLink& operator=(const DeviceLink&) = delete;
@@ -67,6 +70,8 @@ public:
     PrimitiveRing* ring() { return ring_.get(); }
     std::shared_ptr<PrimitiveRing> shared_ring() { return ring_; }
     RfcommFlowControl* flow_control() { return flow_control_.get(); }
+    // The throughput tests of this connection.
+    TransferList& transfers() { return *transfers_; }
     uint32_t counter(LinkCounter c) const { return counters_[c].load(); }
 
 private:
@@ -76,9 +81,14 @@ private:
     void deliver(uint32_t channel, const AttachedPrimitive& primitive);
     void trace_raw(bool downstream, uint8_t channel, std::span<const uint8_t> bytes);
     void count(LinkCounter c) { counters_[c].fetch_add(1, std::memory_order_relaxed); }
+    class TransferSide;
 
     std::shared_ptr<PrimitiveRing> ring_;
     std::unique_ptr<RfcommFlowControl> flow_control_;
+    // Declared before the link, so the reader that runs the engines has
+    // stopped before they go.
+    std::unique_ptr<TransferSide> transfer_side_;
+    std::unique_ptr<TransferList> transfers_;
     LinkDebugSwitches switches_{};
     std::unique_ptr<ByteStream> raw_stream_;
     std::unique_ptr<MessageLink> link_;

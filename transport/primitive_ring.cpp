@@ -14,6 +14,9 @@ namespace {
 
 constexpr auto kRoomWait = std::chrono::seconds(1);
 constexpr auto kInterruptSlice = std::chrono::milliseconds(100);
+// The channel word of a record that was taken out of turn: the next take
+// passes it by.
+constexpr uint32_t kTakenChannel = 0xFFFFFFFFu;
 
 }  // namespace
 
@@ -82,9 +85,21 @@ void PrimitiveRing::release_pending() {
     released_.notify_all();
 }
 
+void PrimitiveRing::skip_taken() {
+    bool skipped = false;
+    while (write_count_ != read_count_ && get_le32(buffer_.data() + read_offset_ + 4) == kTakenChannel) {
+        read_offset_ = (read_offset_ + record_size(read_offset_)) & (capacity_ - 1);
+        ++read_count_;
+        --taken_out_of_turn_;
+        skipped = true;
+    }
+    if (skipped) released_.notify_all();
+}
+
 const uint8_t* PrimitiveRing::take(bool use_timeout, uint32_t* channel_out, uint32_t* size_out) {
     std::unique_lock lock(mutex_);
     release_pending();
+    skip_taken();
     while (write_count_ == read_count_) {
         if (abandoned_) return nullptr;
         // Waits in short slices, so that an interrupt from the keyboard
@@ -98,6 +113,7 @@ const uint8_t* PrimitiveRing::take(bool use_timeout, uint32_t* channel_out, uint
             if (use_timeout && std::chrono::steady_clock::now() >= deadline && !signalled_) return nullptr;
         }
         signalled_ = false;  // auto-reset: a successful wait consumes the signal
+        skip_taken();
         if (abandoned_ && write_count_ == read_count_) return nullptr;
     }
     const uint8_t* record = buffer_.data() + read_offset_;
@@ -110,6 +126,7 @@ const uint8_t* PrimitiveRing::take(bool use_timeout, uint32_t* channel_out, uint
 const uint8_t* PrimitiveRing::peek(uint32_t* channel_out, uint32_t* size_out) {
     std::lock_guard lock(mutex_);
     release_pending();
+    skip_taken();
     if (write_count_ == read_count_) return nullptr;
     const uint8_t* record = buffer_.data() + read_offset_;
     *channel_out = get_le32(record + 4);
@@ -117,11 +134,42 @@ const uint8_t* PrimitiveRing::peek(uint32_t* channel_out, uint32_t* size_out) {
     return record + kRecordHeader;
 }
 
+std::optional<std::vector<uint8_t>> PrimitiveRing::take_oldest_if(
+    uint32_t channel, const std::function<bool(const uint8_t* primitive, uint32_t size)>& wanted) {
+    std::lock_guard lock(mutex_);
+    // The record a script holds counts as read already.
+    uint32_t offset = read_offset_;
+    uint32_t count = read_count_;
+    if (pending_ && count != write_count_) {
+        offset = (offset + record_size(offset)) & (capacity_ - 1);
+        ++count;
+    }
+    while (count != write_count_ && get_le32(buffer_.data() + offset + 4) == kTakenChannel) {
+        offset = (offset + record_size(offset)) & (capacity_ - 1);
+        ++count;
+    }
+    if (count == write_count_) return std::nullopt;
+    uint8_t* record = buffer_.data() + offset;
+    const uint32_t size = record_size(offset) - kRecordHeader;
+    if (get_le32(record + 4) != channel || !wanted(record + kRecordHeader, size)) return std::nullopt;
+    std::vector<uint8_t> copy(record + kRecordHeader, record + kRecordHeader + size);
+    if (offset == read_offset_ && !pending_) {
+        read_offset_ = (read_offset_ + record_size(read_offset_)) & (capacity_ - 1);
+        ++read_count_;
+        released_.notify_all();
+    } else {
+        put_le32(record + 4, kTakenChannel);
+        ++taken_out_of_turn_;
+    }
+    return copy;
+}
+
 void PrimitiveRing::reset() {
     {
         std::lock_guard lock(mutex_);
         read_offset_ = write_offset_ = 0;
         read_count_ = write_count_ = 0;
+        taken_out_of_turn_ = 0;
         pending_ = false;
         abandoned_ = false;
     }
@@ -153,7 +201,7 @@ bool PrimitiveRing::abandoned() const {
 
 uint32_t PrimitiveRing::records_waiting() const {
     std::lock_guard lock(mutex_);
-    return write_count_ - read_count_ - (pending_ ? 1 : 0);
+    return write_count_ - read_count_ - (pending_ ? 1 : 0) - taken_out_of_turn_;
 }
 
 uint32_t PrimitiveRing::dropped() const {

@@ -6,7 +6,9 @@
 #include <atomic>
 #include <condition_variable>
 #include <cstdint>
+#include <functional>
 #include <mutex>
+#include <optional>
 #include <span>
 #include <vector>
 
@@ -45,6 +47,13 @@ public:
     const uint8_t* take(bool use_timeout, uint32_t* channel_out, uint32_t* size_out = nullptr);
     // The oldest record without taking it; null when empty.
     const uint8_t* peek(uint32_t* channel_out, uint32_t* size_out = nullptr);
+    // The oldest record not yet handed out, taken when it is on `channel`
+    // and `wanted` says yes to its primitive: a copy of its bytes, else
+    // nothing. The transfer engines call it from any thread to consume the
+    // data that arrived before their transfer ran; the record a script is
+    // reading stays where it is. `wanted` runs under the queue's lock.
+    std::optional<std::vector<uint8_t>> take_oldest_if(
+        uint32_t channel, const std::function<bool(const uint8_t* primitive, uint32_t size)>& wanted);
     // Empties the ring; records handed out before are invalid.
     void reset();
     // Wakes a waiting take, which returns null, and makes later takes return
@@ -62,6 +71,7 @@ private:
     uint32_t used_bytes() const;  // callers hold mutex_
     bool reserve(uint32_t total, uint32_t channel, uint16_t type, std::unique_lock<std::mutex>& lock);
     void release_pending();  // callers hold mutex_
+    void skip_taken();       // callers hold mutex_: passes records taken out of turn
     uint32_t record_size(uint32_t offset) const;
 
     std::vector<uint8_t> buffer_;
@@ -75,6 +85,7 @@ private:
     bool abandoned_ = false;
     bool signalled_ = false;  // the auto-reset event
     uint32_t dropped_ = 0;
+    uint32_t taken_out_of_turn_ = 0;  // records behind the head that take_oldest_if took
     mutable std::mutex mutex_;
     std::condition_variable arrived_;  // a record was committed, or abandon
     std::condition_variable released_; // the consumer made room

@@ -16,4 +16,10 @@ std::vector<uint16_t> pointer_offsets(const PrimitiveDef& primitive) {
     return offsets;
 }
 
+const FieldDef* find_field(const PrimitiveDef& row, std::string_view name) {
+    for (const FieldDef& field : row.fields)
+        if (field.name == name) return &field;
+    return nullptr;
+}
+
 }  // namespace kestrel

@@ -87,6 +87,9 @@ struct PrimitiveDef {
 // n pointers counts as n fields. These fields travel as blocks on the wire.
 std::vector<uint16_t> pointer_offsets(const PrimitiveDef& primitive);
 
+// The row's field of that name, or null.
+const FieldDef* find_field(const PrimitiveDef& row, std::string_view name);
+
 // Which side of the link a table describes.
 enum class PrimitiveRole : uint8_t {
     issued,      // commands that build and send the primitive

@@ -2,6 +2,8 @@
 
 #include <gtest/gtest.h>
 
+#include "transfer/payload_generator.h"
+
 #include "output_capture.h"
 #include "shell/session_context.h"
 #include "transport/channel.h"
@@ -50,7 +52,8 @@ namespace {
 // A link that was never connected to a chip still counts what is sent
 // through it, which is all these tests need.
 std::unique_ptr<DeviceLink> link_that_sent(int dm, int l2cap) {
-    auto link = std::make_unique<DeviceLink>();
+    static PayloadGenerator generator;
+    auto link = std::make_unique<DeviceLink>(generator);
     for (int i = 0; i < dm; ++i) link->send_stack_message(kChannelDm, kLinkDmIssued, {0x00, 0x10});
     for (int i = 0; i < l2cap; ++i) link->send_stack_message(kChannelL2cap, kLinkL2capIssued, {0x00, 0x20});
     return link;
