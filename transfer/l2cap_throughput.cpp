@@ -47,6 +47,11 @@ TransferEvent* TransferList::start_l2cap(const L2capStart& start) {
     TransferRecord& record = prepare(TransferKey::l2cap(start.cid), start.timed, start.tx_target, start.rx_target,
                                      start.payload_length, start.period_ms);
     ++active_l2cap_;
+    if (!record.timed && record.tx_target == 0 && record.rx_target == 0) {
+        // Nothing to move: no event would ever come to end it.
+        finish(record, active_l2cap_);
+        return &record.done;
+    }
     if (record.tx_target != 0) {
         if (!send_l2cap_payload(record)) {
             abandon(record, active_l2cap_);

@@ -31,7 +31,7 @@ for case in "$@"; do
     [ -f "$case.setup" ] && (cd "$work" && SOURCE_DIR="$source_dir" KESTREL="$kestrel" bash -e "$case.setup")
     (cd "$work" && "$kestrel" "${args[@]}" < "$case.tcl" > console.txt 2>&1)
     echo "$case: exit status $?"
-    mask "$version_line" < "$work/console.txt" | fold_header > "$case.out"
-    [ -f "$work/log.txt" ] && mask "$version_line" < "$work/log.txt" | fold_header > "$case.log"
+    mask "$version_line" "$case.mask" < "$work/console.txt" | fold_header > "$case.out"
+    [ -f "$work/log.txt" ] && mask "$version_line" "$case.mask" < "$work/log.txt" | fold_header > "$case.log"
     rm -rf "$work"
 done

@@ -11,6 +11,7 @@
 #   CASE.setup    shell commands run in the working directory first (with
 #                 SOURCE_DIR and KESTREL, the binary, in the environment)
 #   CASE.log      the expected content of log.txt in the working directory
+#   CASE.mask     sed -E expressions for what else truly varies in the case
 #
 # usage: run_case.sh KESTREL SOURCE_DIR CASE_PATH VERSION_LINE
 set -u
@@ -48,7 +49,7 @@ fi
 # compare EXPECTED_FILE ACTUAL_FILE: the expected file after header
 # expansion against the masked actual one.
 compare() {
-    if ! diff -u <(expand "$1") <(mask "$version_line" < "$2") > "$work/diff.txt"; then
+    if ! diff -u <(expand "$1") <(mask "$version_line" "$case.mask" < "$2") > "$work/diff.txt"; then
         echo "$(basename "$2") differs from $(basename "$1"):"
         cat "$work/diff.txt"
         status=1

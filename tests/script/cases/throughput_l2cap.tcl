@@ -1,0 +1,33 @@
+PT_btl2cap 0x40 100 10 10
+PT_connect sim ptsp 115200; after 300
+source throughput.tcl
+open_l2cap
+show [PT_btl2cap $channel 100 1000 1000] 0.5 10
+puts "counters $gTXcount(0x40) $gRXcount(0x40)"
+set gTXcount(0x40) 5
+show_timed [PT_ttl2cap $channel 100 1 1 3] 100 3
+puts "counters after the timed test: [expr {$gTXcount(0x40) > 1000}] [expr {$gTXcount(0x40) - $gRXcount(0x40) < 10}]"
+after 300; PT_flush
+set tx_payload_length 50; set rx_primitive_count 20; set count 20
+show [PT_btl2cap $channel - $count -] 0 10
+show [PT_btl2cap $channel {} ? 0] 0 1
+PT_btl2cap $channel 100 1000000 1000000 async
+PT_btl2cap $channel
+after 500
+lassign [PT_btl2cap $channel] status time tx rx; puts "polled: status $status, time [expr {$time >= 0.5 && $time < 0.8}], moving [expr {$tx > 100 && $tx - $rx < 10}]"
+after 300
+set before $tx; lassign [PT_btl2cap $channel] status time tx rx; puts "polled again: status $status, time [expr {$time >= 0.3 && $time < 0.6}], more [expr {$tx > $before}], totals [expr {[lindex [PT_btl2cap $channel] 4] >= $tx * 100}]"
+PT_cancel $channel
+after 100
+set stopped $gTXcount(0x40); after 200; puts "stopped: [expr {$gTXcount(0x40) == $stopped}]"
+puts "[llength [PT_btl2cap]] transfer, status [lindex [PT_btl2cap] 0 0], [llength [lindex [PT_btl2cap] 0]] texts"
+PT_btl2cap 0x41
+PT_btl2cap $channel 100 1 1 1 1
+PT_btl2cap $channel 100 {$nothing_here} 1
+PT_ttl2cap $channel 100 1 1
+PT_cancel 1 2 3
+PT_cancel
+PT_disconnect
+PT_connect sim ptsp 115200; after 300
+puts <[PT_btl2cap]>
+PT_disconnect
