@@ -51,10 +51,10 @@ public:
     // reset, payload mode, data mode, corrupt.
     struct PayloadChange {
         bool reset = false;  // counts to zero, every channel's sequences back to 0
-        std::optional<PayloadMode> payload;
-        std::optional<PeerPayloads::Mode> mode;
+        std::optional<PayloadMode> payload{};
+        std::optional<PeerPayloads::Mode> mode{};
         uint32_t source_length = 0;
-        std::optional<uint64_t> source_count;
+        std::optional<uint64_t> source_count{};
         bool corrupt = false;
     };
     void change_payloads(const PayloadChange& change);
