@@ -128,6 +128,14 @@ TEST_F(PeerPayloadsTest, CountLimitsEachChannelAndRfcommWaitsForCredits) {
     peer_words(source(5, 1, PayloadMode::seq16));
     ASSERT_TRUE(eventually([&] { return device_->l2().size() == 4 && device_->rfc().size() == 4; }));
     EXPECT_EQ(device_->l2().back(), (std::vector<uint8_t>{3, 0, 3, 0, 3}));
+
+    // A source checks what arrives as a sink does, and echoes nothing.
+    uint32_t seed = 0;
+    send({.kind = K::l2_data, .src = kMyCid, .dst = device_->peer_cid(), .data = expected(PayloadMode::seq16, 5, seed)});
+    send({.kind = K::l2_data, .src = kMyCid, .dst = device_->peer_cid(), .data = {0, 0, 0, 0, 0}});
+    ASSERT_TRUE(eventually([&] { return peer_->payloads().good() + peer_->payloads().bad() == 2; }));
+    EXPECT_EQ(peer_->payloads().good(), 1u);
+    EXPECT_EQ(device_->l2().size(), 4u);
 }
 
 TEST_F(PeerPayloadsTest, SinkCountsGoodAndBadPerChannelAndReturnsCredits) {
