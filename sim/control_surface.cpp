@@ -32,10 +32,14 @@ constexpr std::string_view kHelp =
     "status                 the chip's state, line and counts\n"
     "ps                     the persistent store's keys\n"
     "address                the chip's device address: NAP UAP LAP\n"
-    "peer [WORD...]         the remote peer: echo or sink, accept or refuse,\n"
+    "peer [WORD...]         the remote peer: echo, sink or source LENGTH [COUNT]\n"
+    "                       (payloads of its channels), payload random, seq8 or\n"
+    "                       seq16, corrupt (the next payload sent), reset (its\n"
+    "                       payload counts and sequences), accept or refuse,\n"
     "                       pin TEXT or nopin, silent or answer (L2CAP\n"
     "                       requests), basic or full (RFCOMM commands),\n"
-    "                       psm N (registers a PSM)\n"
+    "                       psm N (registers a PSM); reports its state and\n"
+    "                       its payloads good, bad and sent\n"
     "air [RATE [MS]]        the air's ACL data rate (bit/s) and latency\n"
     "help                   this list\n";
 
@@ -230,10 +234,27 @@ ControlResult peer(SimulatedChip& chip, Words args) {
     if (!stack) return fail("Error, the chip runs no stack\n");
     RemotePeer& peer = *stack->world()->peer;
     RemotePeer::Behaviour b = peer.behaviour();
+    RemotePeer::PayloadChange change;
+    std::vector<uint16_t> psms;
     for (size_t i = 0; i < args.size(); ++i) {
         const std::string& word = args[i];
         if (word == "echo" || word == "sink") {
-            b.echo = word == "echo";
+            change.mode = word == "echo" ? PeerPayloads::Mode::echo : PeerPayloads::Mode::sink;
+        } else if (word == "source" && i + 1 < args.size()) {
+            const auto length = parse_number(args[++i], 65535);
+            if (!length || *length == 0) return fail("Error, bad payload length '" + args[i] + "' (1 to 65535)\n");
+            change.mode = PeerPayloads::Mode::source;
+            change.source_length = static_cast<uint32_t>(*length);
+            change.source_count.reset();
+            // A number after the length is the count.
+            if (i + 1 < args.size() && parse_number(args[i + 1], 0xFFFFFFFF)) change.source_count = parse_number(args[++i], 0xFFFFFFFF);
+        } else if (word == "payload" && i + 1 < args.size()) {
+            change.payload = payload_mode_of(args[++i]);
+            if (!change.payload) return fail("Error, bad payload mode '" + args[i] + "' (random, seq8 or seq16)\n");
+        } else if (word == "corrupt") {
+            change.corrupt = true;
+        } else if (word == "reset") {
+            change.reset = true;
         } else if (word == "accept" || word == "refuse") {
             b.refuse = word == "refuse";
         } else if (word == "basic" || word == "full") {
@@ -247,12 +268,16 @@ ControlResult peer(SimulatedChip& chip, Words args) {
         } else if (word == "psm" && i + 1 < args.size()) {
             const auto psm = parse_number(args[++i], 0xFFFF);
             if (!psm) return fail("Error, bad PSM '" + args[i] + "'\n");
-            peer.register_psm(static_cast<uint16_t>(*psm));
+            psms.push_back(static_cast<uint16_t>(*psm));
         } else {
-            return fail("Error, usage: peer [echo|sink] [accept|refuse] [pin TEXT|nopin] [silent|answer] [basic|full] [psm N]\n");
+            return fail("Error, usage: peer [echo|sink|source LENGTH [COUNT]] [payload random|seq8|seq16] [corrupt] "
+                        "[reset] [accept|refuse] [pin TEXT|nopin] [silent|answer] [basic|full] [psm N]\n");
         }
     }
+    // Every word was good: only now does anything change.
+    for (uint16_t psm : psms) peer.register_psm(psm);
     peer.set_behaviour(b);
+    peer.change_payloads(change);
     return ok("peer " + peer.describe() + "\n");
 }
 
@@ -302,7 +327,7 @@ constexpr Command kCommands[] = {
     {"status", 0, 0, "status", status},
     {"ps", 0, 0, "ps", ps},
     {"address", 0, 0, "address", address},
-    {"peer", 0, 9, "peer [WORD...]", peer},
+    {"peer", 0, 16, "peer [WORD...]", peer},
     {"air", 0, 2, "air [RATE [MS]]", air},
     {"help", 0, 0, "help", help},
 };

@@ -50,9 +50,33 @@ void RemotePeer::register_psm(uint16_t psm) {
     psms_.insert(psm);
 }
 
+void RemotePeer::change_payloads(const PayloadChange& change) {
+    std::lock_guard lock(mutex_);
+    if (change.reset) {
+        payloads_.reset_counts();
+        for (auto& [cid, channel] : channels_) PeerPayloads::restart(channel.stream);
+        for (auto& [key, dlc] : dlcs_) PeerPayloads::restart(dlc.stream);
+    }
+    if (change.payload) payloads_.set_payload_mode(*change.payload);
+    if (change.mode == PeerPayloads::Mode::echo) payloads_.set_echo();
+    if (change.mode == PeerPayloads::Mode::sink) payloads_.set_sink();
+    if (change.mode == PeerPayloads::Mode::source) {
+        payloads_.set_source(change.source_length, change.source_count);
+        for (auto& [cid, channel] : channels_) PeerPayloads::restart_count(channel.stream);
+        for (auto& [key, dlc] : dlcs_) PeerPayloads::restart_count(dlc.stream);
+    }
+    if (change.corrupt) payloads_.corrupt_next();
+    source_everywhere();
+}
+
+PeerPayloads RemotePeer::payloads() const {
+    std::lock_guard lock(mutex_);
+    return payloads_;
+}
+
 std::string RemotePeer::describe() const {
     std::lock_guard lock(mutex_);
-    std::string text = behaviour_.echo ? "echo" : "sink";
+    std::string text = payloads_.mode_text();
     text += behaviour_.refuse ? " refuse" : " accept";
     text += behaviour_.pin ? " pin " + *behaviour_.pin : " nopin";
     if (behaviour_.silent) text += " silent";
@@ -63,22 +87,76 @@ std::string RemotePeer::describe() const {
         std::snprintf(buffer, sizeof buffer, " 0x%04x", psm);
         text += buffer;
     }
-    return text;
+    return text + "\n" + payloads_.counts_text();
 }
 
-void RemotePeer::send(AirFrame frame) {
+Air::Clock::time_point RemotePeer::send(AirFrame frame) {
     frame.from = kRemotePeerAddress;
-    air_.transmit(std::move(frame));
+    return air_.transmit(std::move(frame));
 }
 
 void RemotePeer::send_rfcomm_waiting(const BdAddr& device, uint8_t chan) {
     Dlc& dlc = dlcs_[{device, chan}];
     while (!dlc.waiting.empty() && dlc.credits > 0) {
         --dlc.credits;
-        // Each echo gives back the credit for the frame it answers.
-        send({.kind = K::rfc_data, .to = device, .result = 1, .chan = chan, .data = std::move(dlc.waiting.front())});
+        std::vector<uint8_t> data = std::move(dlc.waiting.front());
         dlc.waiting.erase(dlc.waiting.begin());
+        payloads_.outgoing(data);
+        // Each echo gives back the credit for the frame it answers.
+        send({.kind = K::rfc_data, .to = device, .result = 1, .chan = chan, .data = std::move(data)});
     }
+}
+
+void RemotePeer::when_left(Air::Clock::time_point left, std::function<void(RemotePeer&)> then) {
+    air_.at(left, [peer = weak_from_this(), then = std::move(then)] {
+        if (const auto self = peer.lock()) {
+            std::lock_guard lock(self->mutex_);
+            then(*self);
+        }
+    });
+}
+
+void RemotePeer::source_l2cap(uint16_t cid) {
+    const auto found = channels_.find(cid);
+    if (found == channels_.end()) return;
+    Channel& channel = found->second;
+    // Data only once both directions are configured, as a host would.
+    if (!channel.answered || !channel.confirmed) return;
+    while (payloads_.may_source(channel.stream)) {
+        ++channel.stream.in_flight;
+        const auto left = send({.kind = K::l2_data, .to = channel.device, .src = cid, .dst = channel.remote_cid,
+                                .data = payloads_.source(channel.stream)});
+        when_left(left, [cid, id = channel.stream.id](RemotePeer& peer) {
+            const auto again = peer.channels_.find(cid);
+            if (again == peer.channels_.end() || again->second.stream.id != id) return;
+            --again->second.stream.in_flight;
+            peer.source_l2cap(cid);
+        });
+    }
+}
+
+void RemotePeer::source_rfcomm(const BdAddr& device, uint8_t chan) {
+    const auto found = dlcs_.find({device, chan});
+    if (found == dlcs_.end()) return;
+    send_rfcomm_waiting(device, chan);  // echoes waiting for credits go first
+    Dlc& dlc = found->second;
+    while (dlc.waiting.empty() && dlc.credits > 0 && payloads_.may_source(dlc.stream)) {
+        --dlc.credits;
+        ++dlc.stream.in_flight;
+        const auto left = send({.kind = K::rfc_data, .to = device, .chan = chan, .data = payloads_.source(dlc.stream)});
+        when_left(left, [device, chan, id = dlc.stream.id](RemotePeer& peer) {
+            const auto again = peer.dlcs_.find({device, chan});
+            if (again == peer.dlcs_.end() || again->second.stream.id != id) return;
+            --again->second.stream.in_flight;
+            peer.source_rfcomm(device, chan);
+        });
+    }
+}
+
+void RemotePeer::source_everywhere() {
+    if (payloads_.mode() != PeerPayloads::Mode::source) return;
+    for (const auto& [cid, channel] : channels_) source_l2cap(cid);
+    for (const auto& [key, dlc] : dlcs_) source_rfcomm(key.first, key.second);
 }
 
 void RemotePeer::from_air(const AirFrame& frame) {
@@ -133,7 +211,7 @@ void RemotePeer::from_air(const AirFrame& frame) {
             return;
         }
         const uint16_t cid = next_cid_++;
-        channels_[cid] = {device, frame.src};
+        channels_[cid] = {device, frame.src, payloads_.open_stream()};
         send({.kind = K::l2_connect_rsp, .to = device, .src = cid, .dst = frame.src});
         // The peer configures its side of the channel too: its MTU.
         send({.kind = K::l2_config, .to = device, .src = cid, .dst = frame.src, .identifier = 1,
@@ -141,16 +219,31 @@ void RemotePeer::from_air(const AirFrame& frame) {
         return;
     }
     case K::l2_config:
-        if (behaviour_.silent) return;
-        send({.kind = K::l2_config_rsp, .to = device, .src = frame.dst, .dst = frame.src, .data = frame.data}); return;
+    case K::l2_config_rsp: {
+        if (frame.kind == K::l2_config) {
+            if (behaviour_.silent) return;
+            send({.kind = K::l2_config_rsp, .to = device, .src = frame.dst, .dst = frame.src, .data = frame.data});
+        }
+        const auto channel = channels_.find(frame.dst);
+        if (channel == channels_.end()) return;
+        (frame.kind == K::l2_config ? channel->second.answered : channel->second.confirmed) = true;
+        source_l2cap(frame.dst);
+        return;
+    }
     case K::l2_data: {
         const auto channel = channels_.find(frame.dst);
-        if (channel == channels_.end() || !behaviour_.echo) return;
-        send({.kind = K::l2_data, .to = device, .src = frame.dst, .dst = channel->second.remote_cid, .data = frame.data});
+        if (channel == channels_.end()) return;
+        if (payloads_.mode() != PeerPayloads::Mode::echo) {
+            payloads_.receive(channel->second.stream, frame.data);
+            return;
+        }
+        std::vector<uint8_t> data = frame.data;
+        payloads_.outgoing(data);
+        send({.kind = K::l2_data, .to = device, .src = frame.dst, .dst = channel->second.remote_cid, .data = std::move(data)});
         return;
     }
     case K::l2_connectionless:
-        if (behaviour_.echo) send({.kind = K::l2_connectionless, .to = device, .psm = frame.psm, .data = frame.data});
+        if (payloads_.mode() == PeerPayloads::Mode::echo) send({.kind = K::l2_connectionless, .to = device, .psm = frame.psm, .data = frame.data});
         return;
     case K::l2_disconnect:
         channels_.erase(frame.dst);
@@ -173,9 +266,11 @@ void RemotePeer::from_air(const AirFrame& frame) {
         const bool ok = !behaviour_.refuse && frame.chan == kSerialPortChannel;
         if (ok) {
             const auto offered = offered_credits_.find({device, frame.chan});
-            dlcs_[{device, frame.chan}].credits = offered == offered_credits_.end() ? kPeerCredits : offered->second;
+            dlcs_[{device, frame.chan}] = {.credits = offered == offered_credits_.end() ? kPeerCredits : offered->second,
+                                           .waiting = {}, .stream = payloads_.open_stream()};
         }
         send({.kind = K::rfc_establish_rsp, .to = device, .result = static_cast<uint16_t>(ok ? 0 : 1), .chan = frame.chan});
+        if (ok) source_rfcomm(device, frame.chan);
         return;
     }
     case K::rfc_data:
@@ -185,12 +280,14 @@ void RemotePeer::from_air(const AirFrame& frame) {
         Dlc& dlc = dlcs_[key];
         dlc.credits = static_cast<uint16_t>(dlc.credits + frame.result);
         if (frame.kind == K::rfc_data) {
-            if (behaviour_.echo)
+            if (payloads_.mode() == PeerPayloads::Mode::echo) {
                 dlc.waiting.push_back(frame.data);
-            else
+            } else {
+                payloads_.receive(dlc.stream, frame.data);
                 send({.kind = K::rfc_credit, .to = device, .result = 1, .chan = frame.chan});
+            }
         }
-        send_rfcomm_waiting(device, frame.chan);
+        source_rfcomm(device, frame.chan);
         return;
     }
     case K::rfc_rls:
@@ -229,7 +326,7 @@ void RemotePeer::from_air(const AirFrame& frame) {
               .result = behaviour_.refuse ? uint16_t{1} : uint16_t{0}});
         return;
     case K::bnep_data: {
-        if (!behaviour_.echo || frame.data.size() < 14) return;
+        if (payloads_.mode() != PeerPayloads::Mode::echo || frame.data.size() < 14) return;
         // Back to the sender: the addresses change places, unless multicast.
         AirFrame echo = frame;
         echo.to = device;
@@ -244,7 +341,7 @@ void RemotePeer::from_air(const AirFrame& frame) {
         return;
     }
     case K::tcp_data:
-        if (behaviour_.echo) send({.kind = K::tcp_data, .to = device, .src = frame.src, .data = frame.data});
+        if (payloads_.mode() == PeerPayloads::Mode::echo) send({.kind = K::tcp_data, .to = device, .src = frame.src, .data = frame.data});
         return;
     case K::tcp_close:
         if (frame.result == 0) send({.kind = K::tcp_close, .to = device, .src = frame.src});

@@ -19,14 +19,9 @@
 #include <thread>
 #include <vector>
 
-namespace kestrel {
+#include "transfer/payload_sequence.h"
 
-enum class PayloadMode : uint32_t {
-    random = 1,
-    seq8 = 2,
-    seq16 = 3,
-    tcl = 4,
-};
+namespace kestrel {
 
 // Flags of one generate or check call.
 inline constexpr uint32_t kPayloadUseMode = 1;            // the call's mode, not the generator's
