@@ -101,6 +101,10 @@ bool MessageLink::send(uint8_t channel, std::span<const uint8_t> message) {
     }
     if (message.size() > kPtspMaxMessage) return false;
     if (t_delivering == this) {
+        // A receive handler sends while the reader holds the codec: what
+        // other senders left in the outbox meanwhile goes first, or a reply
+        // would overtake an earlier message (the chip's credit totals did).
+        drain_outbox();
         engine_->ptsp->send(channel, message, now_ms());
         return true;
     }
