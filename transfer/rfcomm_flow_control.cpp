@@ -7,6 +7,7 @@
 #include "encode/sent_primitives.h"
 #include "shell/output.h"
 #include "transport/channel.h"
+#include "transport/platform/h4_codec.h"
 
 namespace kestrel {
 namespace {
@@ -72,7 +73,8 @@ uint16_t RfcommFlowControl::accounted_size(const AttachedPrimitive& primitive, u
     case kTestReq: size += field16(primitive, at.test_req_length); break;
     default: break;
     }
-    if (transport_ == Transport::h4) size += 5 * ((size + 252) / 253);
+    // The chip counts 5 bytes for every started tunnel fragment.
+    if (transport_ == Transport::h4) size += 5 * ((size + h4::kTunnelFragmentMax - 1) / h4::kTunnelFragmentMax);
     return static_cast<uint16_t>(size);
 }
 
