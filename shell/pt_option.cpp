@@ -7,6 +7,7 @@
 #include "transfer/rfcomm_flow_control.h"
 #include "shell/session_context.h"
 #include "transport/connection_state.h"
+#include "transport/wait_commands.h"
 
 namespace kestrel {
 
@@ -42,6 +43,10 @@ const char kPtOptionHelp[] =
 namespace {
 
 constexpr const char* kBadParameters = "Error, bad PT_option parameters\n";
+// A raw connection has no flow control to read, set or switch.
+constexpr const char* kNoFlowControl = "Error, the raw transport has no RFCOMM flow control\n";
+constexpr const char* kDrainInterrupted =
+    "Error, interrupted while waiting for the chip's RFCOMM credits; flow control stays on\n";
 
 bool is(const char* word, const char* expected) { return strcasecmp(word, expected) == 0; }
 
@@ -104,22 +109,29 @@ int agpmode(SessionContext& session, Tcl_Interp* interp, char sign, int argc, co
 }
 
 // rfc_buffer_size [N] / rfc_maxprimcount [N]
-int flow_control_setting(SessionContext& session, Tcl_Interp* interp, bool buffer_size, int argc,
-                         const char* argv[]) {
-    RfcommFlowControl* flow = session.device_link ? session.device_link->flow_control() : nullptr;
+int flow_control_setting(RfcommFlowControl& flow, SessionContext& session, Tcl_Interp* interp, bool buffer_size,
+                         int argc, const char* argv[]) {
     if (argc == 2) {
-        if (flow) session.append_message("0x%lx", static_cast<unsigned long>(buffer_size ? flow->buffer_size()
-                                                                                    : flow->max_primitive_count()));
+        session.append_message("0x%lx",
+                               static_cast<unsigned long>(buffer_size ? flow.buffer_size() : flow.max_primitive_count()));
         return TCL_OK;
     }
     int32_t value = 0;
     if (!parse_whole_number(argv[2], &value)) return fail(interp, "Error, parameter conversion failure(s)\n");
-    if (flow) {
-        if (buffer_size)
-            flow->set_buffer_size(static_cast<uint32_t>(value));
-        else
-            flow->set_max_primitive_count(static_cast<uint32_t>(value));
-    }
+    if (buffer_size)
+        flow.set_buffer_size(static_cast<uint32_t>(value));
+    else
+        flow.set_max_primitive_count(static_cast<uint32_t>(value));
+    return TCL_OK;
+}
+
+// -rfc_flow_control: drains first. Ctrl-C ends the wait, also the hold
+// after a stall report, and the command then fails.
+int switch_flow_control_off(RfcommFlowControl& flow, Tcl_Interp* interp) {
+    WaitScope waiting;
+    if (flow.disable_and_drain([&waiting] { return waiting.interrupted(); }) ==
+        RfcommFlowControl::DrainResult::interrupted)
+        return fail(interp, kDrainInterrupted);
     return TCL_OK;
 }
 
@@ -150,7 +162,9 @@ int pt_option_command(ClientData client_data, Tcl_Interp* interp, int argc, cons
 
     if (sign == 0 && (is(name, "rfc_buffer_size") || is(name, "rfc_maxprimcount"))) {
         if (!check_chip_connected(interp)) return TCL_ERROR;
-        return flow_control_setting(session, interp, is(name, "rfc_buffer_size"), argc, argv);
+        RfcommFlowControl* flow = session.device_link ? session.device_link->flow_control() : nullptr;
+        if (!flow) return fail(interp, kNoFlowControl);
+        return flow_control_setting(*flow, session, interp, is(name, "rfc_buffer_size"), argc, argv);
     }
     if (sign && is(name, "show_stack_on_error")) {
         session.show_stack_on_error = sign == '+' ? 1 : 0;
@@ -159,11 +173,9 @@ int pt_option_command(ClientData client_data, Tcl_Interp* interp, int argc, cons
     if (sign && is(name, "rfc_flow_control")) {
         if (!check_chip_connected(interp)) return TCL_ERROR;
         RfcommFlowControl* flow = session.device_link ? session.device_link->flow_control() : nullptr;
-        if (!flow) return TCL_OK;  // the raw transport has none
-        if (sign == '+')
-            flow->enable();
-        else
-            flow->disable_and_drain();
+        if (!flow) return fail(interp, kNoFlowControl);
+        if (sign == '-') return switch_flow_control_off(*flow, interp);
+        flow->enable();
         return TCL_OK;
     }
     if (sign && is(name, "primdebug")) return primdebug(session, interp, sign == '+', argc, argv);
