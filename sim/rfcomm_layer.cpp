@@ -47,7 +47,9 @@ void StackCore::on_rfcomm(const HostPrimitive& p) {
     const uint8_t mux_id = static_cast<uint8_t>(p.get("mux_id"));
     const auto mux = muxes_.find(mux_id);
     const bool known = mux != muxes_.end();
-    const bool data = name == "RFC_DATA_REQ" || name == "RFC_DATAWRITE_REQ" || name == "RFC_TEST_REQ";
+    // The host's flow control accounts for these two only, so only they
+    // are credited.
+    const bool data = name == "RFC_DATA_REQ" || name == "RFC_DATAWRITE_REQ";
     if (data && (!known || !mux->second.open)) {
         return_credit();  // finished with, though it went nowhere
         return;
@@ -129,8 +131,7 @@ void StackCore::on_rfcomm(const HostPrimitive& p) {
         rfcomm_send_waiting(mux_id, chan);
     } else if (name == "RFC_TEST_REQ") {
         const auto test = p.block("test_data");
-        const auto left = send_air({.kind = K::rfc_test, .to = peer, .data = {test.begin(), test.end()}});
-        at(left, [this] { return_credit(); });
+        send_air({.kind = K::rfc_test, .to = peer, .data = {test.begin(), test.end()}});
     } else if (name == "RFC_CONTROL_REQ") {
         send_air({.kind = K::rfc_msc, .to = peer, .psm = static_cast<uint16_t>(p.get("control_pars.modem_signal")),
                   .result = static_cast<uint16_t>(p.get("control_pars.break_signal")), .chan = chan});

@@ -33,7 +33,7 @@ RFC_START_REQ {*}$peer 3 0 127 1; puts [PT_wait {$RFCOMM_PRIM}]; puts [PT_wait {
 RFC_ESTABLISH_REQ 1 2 1; puts [PT_wait {$RFCOMM_PRIM}]
 RFC_PORTNEG_REQ 1 2 1 0 3 3 0 0 0 0 0x11 0x13 0x7f; puts [PT_wait {$RFCOMM_PRIM}]
 RFC_LINESTATUS_REQ 1 1 1 2; puts [PT_wait {$RFCOMM_PRIM}]
-RFC_TEST_REQ 1 3 {1 2 3}; puts [PT_wait {$RFCOMM_PRIM}]; puts [PT_wait {$RFCOMM_PRIM}]
+RFC_TEST_REQ 1 3 {1 2 3}; puts [PT_wait {$RFCOMM_PRIM}]
 RFC_FCOFF_REQ 1; puts [PT_wait {$RFCOMM_PRIM}]
 RFC_FCON_REQ 1; puts [PT_wait {$RFCOMM_PRIM}]
 RFC_DATAWRITE_REQ 1 1 0 2 {0x11 0x22}; puts [PT_wait {$RFCOMM_PRIM}]; puts [PT_wait {$RFCOMM_PRIM}]; puts [PT_wait {$RFCOMM_PRIM}]
