@@ -27,6 +27,17 @@ PT_btl2cap $channel 100 {$nothing_here} 1
 PT_ttl2cap $channel 100 1 1
 PT_cancel 1 2 3
 PT_cancel
+after 300; PT_flush
+PT_sim peer corrupt
+PT_btl2cap $channel 100 10 10
+after 300; PT_flush
+puts [PT_sim peer sink reset]
+show [PT_btl2cap $channel 100 50 0] 0 10
+after 100; puts [PT_sim peer]
+PT_btl2cap $channel 100 0 30 async; PT_sim peer source 100 30
+after 1000
+show [PT_btl2cap $channel] 0 10
+puts [PT_sim peer echo]
 PT_disconnect
 PT_connect sim ptsp 115200; after 300
 puts <[PT_btl2cap]>

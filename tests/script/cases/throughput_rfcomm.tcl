@@ -18,4 +18,12 @@ puts [llength [PT_btrfcomm]]
 PT_btrfcomm $mux 1 100 1 1 1 1 1 1 1 1
 PT_ttrfcomm $mux 1 100 1 1 1 1 1 1
 PT_btrfcomm $mux
+reopen_rfcomm 5
+PT_sim peer corrupt
+PT_btrfcomm $mux 1 100 $granted 5 2 3 10 10
+reopen_rfcomm 5
+PT_btrfcomm $mux 1 100 0 5 2 3 0 40 async; PT_sim peer source 100 40
+after 1500
+show [PT_btrfcomm $mux 1] 0 10
+after 100; puts [lindex [split [PT_sim peer echo] \n] 0]
 PT_disconnect

@@ -84,3 +84,19 @@ proc show_timed {result length period} {
     puts "moved data: [expr {$tx > 0 || $rx > 0}], in flight at the end: [expr {$tx >= $rx && $tx - $rx < 10}]"
     show $result $period [expr {$period + 0.5}] 0
 }
+
+# Releases the data link and opens it again, so both sides start over with
+# the credits of a new parameter negotiation.
+proc reopen_rfcomm {ours} {
+    global RFCOMM_PRIM RFC_RELEASE_IND RFC_PARNEG_CFM RFC_ESTABLISH_CFM dlc_pars.initial_credits mux granted
+    after 300
+    PT_flush
+    RFC_RELEASE_REQ $mux 1
+    expect $RFCOMM_PRIM $RFC_RELEASE_IND
+    RFC_PARNEG_REQ $mux 2 1 127 1 $ours
+    expect $RFCOMM_PRIM $RFC_PARNEG_CFM
+    set granted [expr {${dlc_pars.initial_credits}}]
+    RFC_ESTABLISH_REQ $mux 2 1
+    expect $RFCOMM_PRIM $RFC_ESTABLISH_CFM
+    puts "RFCOMM channel 1 open again, the peer grants $granted credits"
+}
