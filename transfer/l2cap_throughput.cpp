@@ -102,14 +102,7 @@ bool TransferList::offer_l2cap(const AttachedPrimitive& primitive) {
         }
     }
 
-    if (record.stop == TransferStop::cancel_asked) {
-        // Ends silently: nobody waits on a cancelled transfer.
-        record.stop = TransferStop::cancelled;
-        --active_l2cap_;
-    } else if (record.timed ? transfer_clock_ms() - record.start_time >= record.period
-                            : record.tx_count == record.tx_target && record.rx_count == record.rx_target) {
-        finish(record, active_l2cap_);
-    }
+    end_test(record, active_l2cap_);
     return true;
 }
 

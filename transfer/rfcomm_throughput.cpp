@@ -126,13 +126,7 @@ bool TransferList::offer_rfcomm(const AttachedPrimitive& primitive) {
         }
     }
 
-    if (record.stop == TransferStop::cancel_asked) {
-        record.stop = TransferStop::cancelled;
-        --active_rfcomm_;
-    } else if (record.timed ? transfer_clock_ms() - record.start_time >= record.period
-                            : record.tx_count == record.tx_target && record.rx_count == record.rx_target) {
-        finish(record, active_rfcomm_);
-    }
+    end_test(record, active_rfcomm_);
     return true;
 }
 

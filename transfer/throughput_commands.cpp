@@ -5,6 +5,8 @@
 #include <chrono>
 #include <cstdio>
 #include <cstring>
+#include <functional>
+#include <span>
 #include <string>
 #include <vector>
 
@@ -181,44 +183,28 @@ int run(SessionContext& session, Tcl_Interp* interp, TransferList& list, const S
 
 bool is_async(const char* arg) { return std::strcmp(arg, "async") == 0; }
 
-enum class Kind { bulk, timed };
-
-int l2cap_command(ClientData client_data, Tcl_Interp* interp, int argc, const char* argv[], Kind kind) {
-    auto& session = *static_cast<SessionContext*>(client_data);
-    const int count = argc - 1;
-    const size_t wanted = kind == Kind::bulk ? std::size(kBulkL2cap) : std::size(kTimedL2cap);
-    if (count != 0 && count != 1 && count != static_cast<int>(wanted) && count != static_cast<int>(wanted) + 1) {
-        session.append_message("%s", kBadCount);
-        return TCL_ERROR;
-    }
-    TransferList* list = transfers(session, interp);
-    if (!list) return TCL_ERROR;
-    if (count == 0) return report_all(session, interp, *list);
-    uint32_t v[std::size(kTimedL2cap)] = {};
-    if (count == 1) {
-        if (!resolve(session, interp, kBulkL2cap, 1, argv + 1, v)) return TCL_ERROR;
-        return report(session, interp, list->result(TransferKey::l2cap(static_cast<uint16_t>(v[0]))));
-    }
-    if (!resolve(session, interp, kind == Kind::bulk ? kBulkL2cap : kTimedL2cap, wanted, argv + 1, v)) return TCL_ERROR;
-    const bool async = count == static_cast<int>(wanted) + 1 && is_async(argv[count]);
-    if (async) session.async_transfer = 1;
-
-    L2capStart start{.cid = static_cast<uint16_t>(v[0]), .payload_length = static_cast<uint16_t>(v[1]),
-                     .tx_target = v[2], .rx_target = v[3]};
-    if (kind == Kind::timed) {
-        start.timed = true;
-        start.period_ms = v[4] * 1000;
-    }
-    Started started{TransferKey::l2cap(start.cid), list->start_l2cap(start),
-                    counter_name("gTXcount(0x%lx)", start.cid), counter_name("gRXcount(0x%lx)", start.cid)};
-    return run(session, interp, *list, started, async);
+TransferKey l2cap_key(const uint32_t* v) { return TransferKey::l2cap(static_cast<uint16_t>(v[0])); }
+TransferKey dlc_key(const uint32_t* v) {
+    return TransferKey::dlc(static_cast<uint8_t>(v[0]), static_cast<uint8_t>(v[1]));
 }
 
-int rfcomm_command(ClientData client_data, Tcl_Interp* interp, int argc, const char* argv[], Kind kind) {
+// A command's arguments: a start's parameters, and those that name one
+// transfer for a report.
+struct Shape {
+    std::span<const Parameter> parameters;
+    std::span<const Parameter> key;
+    TransferKey (*key_of)(const uint32_t* values);
+};
+
+// What the four commands share: no argument reports every transfer, the
+// key's arguments report one, all of them (and "async") start one.
+int transfer_command(ClientData client_data, Tcl_Interp* interp, int argc, const char* argv[], const Shape& shape,
+                     const std::function<Started(TransferList&, const uint32_t* values)>& start) {
     auto& session = *static_cast<SessionContext*>(client_data);
     const int count = argc - 1;
-    const size_t wanted = kind == Kind::bulk ? std::size(kBulkRfcomm) : std::size(kTimedRfcomm);
-    if (count != 0 && count != 2 && count != static_cast<int>(wanted) && count != static_cast<int>(wanted) + 1) {
+    const int all = static_cast<int>(shape.parameters.size());
+    const int key = static_cast<int>(shape.key.size());
+    if (count != 0 && count != key && count != all && count != all + 1) {
         session.append_message("%s", kBadCount);
         return TCL_ERROR;
     }
@@ -226,54 +212,71 @@ int rfcomm_command(ClientData client_data, Tcl_Interp* interp, int argc, const c
     if (!list) return TCL_ERROR;
     if (count == 0) return report_all(session, interp, *list);
     uint32_t v[std::size(kTimedRfcomm)] = {};
-    if (count == 2) {
-        if (!resolve(session, interp, kRfcommKey, 2, argv + 1, v)) return TCL_ERROR;
-        return report(session, interp, list->result(TransferKey::dlc(static_cast<uint8_t>(v[0]), static_cast<uint8_t>(v[1]))));
+    if (count == key) {
+        if (!resolve(session, interp, shape.key.data(), shape.key.size(), argv + 1, v)) return TCL_ERROR;
+        return report(session, interp, list->result(shape.key_of(v)));
     }
-    if (!resolve(session, interp, kind == Kind::bulk ? kBulkRfcomm : kTimedRfcomm, wanted, argv + 1, v))
-        return TCL_ERROR;
-    const bool async = count == static_cast<int>(wanted) + 1 && is_async(argv[count]);
+    if (!resolve(session, interp, shape.parameters.data(), shape.parameters.size(), argv + 1, v)) return TCL_ERROR;
+    const bool async = count == all + 1 && is_async(argv[count]);
     if (async) session.async_transfer = 1;
+    return run(session, interp, *list, start(*list, v), async);
+}
 
-    RfcommStart start{.mux_id = static_cast<uint8_t>(v[0]), .server_chan = static_cast<uint8_t>(v[1]),
-                      .payload_length = static_cast<uint16_t>(v[2]), .tx_credits = static_cast<uint16_t>(v[3]),
-                      .rx_credits = static_cast<uint16_t>(v[4]), .rx_reissue_threshold = static_cast<uint16_t>(v[5]),
-                      .rx_reissue_credits = static_cast<uint16_t>(v[6])};
-    Started started{TransferKey::dlc(start.mux_id, start.server_chan), nullptr, {}, {}};
-    if (kind == Kind::bulk) {
-        start.tx_target = v[7];
-        start.rx_target = v[8];
-        started.tx_name = counter_name("gTXcount(0x%lx,0x%lx)", start.mux_id, start.server_chan);
-        started.rx_name = counter_name("gRXcount(0x%lx,0x%lx)", start.mux_id, start.server_chan);
-    } else {
-        // The switches are 16-bit; the period is given in seconds.
-        start.tx_target = static_cast<uint16_t>(v[7]);
-        start.rx_target = static_cast<uint16_t>(v[8]);
-        start.timed = true;
-        start.period_ms = v[9] * 1000;
-        started.tx_name = counter_name("gTXcount(%lu,%lu)", start.mux_id, start.server_chan);
-        started.rx_name = counter_name("gRXcount(%lu,%lu)", start.mux_id, start.server_chan);
-    }
-    started.event = list->start_rfcomm(start);
-    return run(session, interp, *list, started, async);
+int l2cap_command(ClientData client_data, Tcl_Interp* interp, int argc, const char* argv[], bool timed) {
+    const Shape shape{timed ? std::span<const Parameter>(kTimedL2cap) : std::span<const Parameter>(kBulkL2cap),
+                      std::span<const Parameter>(kBulkL2cap, 1), l2cap_key};
+    return transfer_command(client_data, interp, argc, argv, shape, [timed](TransferList& list, const uint32_t* v) {
+        L2capStart start{.cid = static_cast<uint16_t>(v[0]), .payload_length = static_cast<uint16_t>(v[1]),
+                         .tx_target = v[2], .rx_target = v[3], .timed = timed, .period_ms = timed ? v[4] * 1000 : 0};
+        return Started{TransferKey::l2cap(start.cid), list.start_l2cap(start),
+                       counter_name("gTXcount(0x%lx)", start.cid), counter_name("gRXcount(0x%lx)", start.cid)};
+    });
+}
+
+int rfcomm_command(ClientData client_data, Tcl_Interp* interp, int argc, const char* argv[], bool timed) {
+    const Shape shape{timed ? std::span<const Parameter>(kTimedRfcomm) : std::span<const Parameter>(kBulkRfcomm),
+                      std::span<const Parameter>(kRfcommKey), dlc_key};
+    return transfer_command(client_data, interp, argc, argv, shape, [timed](TransferList& list, const uint32_t* v) {
+        RfcommStart start{.mux_id = static_cast<uint8_t>(v[0]), .server_chan = static_cast<uint8_t>(v[1]),
+                          .payload_length = static_cast<uint16_t>(v[2]), .tx_credits = static_cast<uint16_t>(v[3]),
+                          .rx_credits = static_cast<uint16_t>(v[4]),
+                          .rx_reissue_threshold = static_cast<uint16_t>(v[5]),
+                          .rx_reissue_credits = static_cast<uint16_t>(v[6]), .tx_target = v[7], .rx_target = v[8]};
+        Started started{TransferKey::dlc(start.mux_id, start.server_chan), nullptr, {}, {}};
+        if (timed) {
+            // The switches are 16-bit; the period is given in seconds, and
+            // the counters are named in decimal.
+            start.tx_target = static_cast<uint16_t>(v[7]);
+            start.rx_target = static_cast<uint16_t>(v[8]);
+            start.timed = true;
+            start.period_ms = v[9] * 1000;
+            started.tx_name = counter_name("gTXcount(%lu,%lu)", start.mux_id, start.server_chan);
+            started.rx_name = counter_name("gRXcount(%lu,%lu)", start.mux_id, start.server_chan);
+        } else {
+            started.tx_name = counter_name("gTXcount(0x%lx,0x%lx)", start.mux_id, start.server_chan);
+            started.rx_name = counter_name("gRXcount(0x%lx,0x%lx)", start.mux_id, start.server_chan);
+        }
+        started.event = list.start_rfcomm(start);
+        return started;
+    });
 }
 
 }  // namespace
 
 int pt_btl2cap_command(ClientData client_data, Tcl_Interp* interp, int argc, const char* argv[]) {
-    return l2cap_command(client_data, interp, argc, argv, Kind::bulk);
+    return l2cap_command(client_data, interp, argc, argv, false);
 }
 
 int pt_ttl2cap_command(ClientData client_data, Tcl_Interp* interp, int argc, const char* argv[]) {
-    return l2cap_command(client_data, interp, argc, argv, Kind::timed);
+    return l2cap_command(client_data, interp, argc, argv, true);
 }
 
 int pt_btrfcomm_command(ClientData client_data, Tcl_Interp* interp, int argc, const char* argv[]) {
-    return rfcomm_command(client_data, interp, argc, argv, Kind::bulk);
+    return rfcomm_command(client_data, interp, argc, argv, false);
 }
 
 int pt_ttrfcomm_command(ClientData client_data, Tcl_Interp* interp, int argc, const char* argv[]) {
-    return rfcomm_command(client_data, interp, argc, argv, Kind::timed);
+    return rfcomm_command(client_data, interp, argc, argv, true);
 }
 
 int pt_cancel_command(ClientData client_data, Tcl_Interp* interp, int argc, const char* argv[]) {

@@ -151,6 +151,16 @@ void TransferList::finish(TransferRecord& record, std::atomic<int>& active) {
     record.done.signal();
 }
 
+void TransferList::end_test(TransferRecord& record, std::atomic<int>& active) {
+    if (record.stop == TransferStop::cancel_asked) {
+        record.stop = TransferStop::cancelled;
+        --active;
+    } else if (record.timed ? transfer_clock_ms() - record.start_time >= record.period
+                            : record.tx_count == record.tx_target && record.rx_count == record.rx_target) {
+        finish(record, active);
+    }
+}
+
 void TransferList::abandon(TransferRecord& record, std::atomic<int>& active) {
     record.stop = TransferStop::cancelled;
     --active;

@@ -192,6 +192,10 @@ private:
     bool receive_rfcomm(TransferRecord& record, const PrimitiveView& view);
     void fail(TransferRecord& record, std::array<std::string, 5> report, std::atomic<int>& active);
     void finish(TransferRecord& record, std::atomic<int>& active);
+    // After each event: a cancel ends the transfer silently (nobody waits on
+    // a cancelled one); a timed test ends when its period is over, a bulk
+    // test when both its targets are reached.
+    void end_test(TransferRecord& record, std::atomic<int>& active);
     // A payload could not be made: the transfer stops where it is, its
     // waiter woken, and takes nothing more.
     void abandon(TransferRecord& record, std::atomic<int>& active);
