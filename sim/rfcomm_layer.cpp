@@ -218,8 +218,10 @@ void StackCore::rfcomm_from_air(const AirFrame& frame) {
     case K::rfc_credit: {
         Dlc& dlc = m.dlcs[frame.chan];
         dlc.remote_credits = static_cast<uint16_t>(dlc.remote_credits + frame.result);
-        if (frame.kind == K::rfc_data)
-            emit(prim("RFC_DATA_IND").set("credits", frame.result).block("payload", frame.data));
+        // Credits that travel alone reach the host too, as an indication
+        // without payload: a host that paces its sending by the credits the
+        // other side grants learns of them no other way.
+        emit(prim("RFC_DATA_IND").set("credits", frame.result).block("payload", frame.data));
         rfcomm_send_waiting(mux_id, frame.chan);
         return;
     }

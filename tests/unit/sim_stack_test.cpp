@@ -292,6 +292,20 @@ TEST(TwoChips, RfcommScoAndAuthorisationReachTheOtherHost) {
     b.send("RFC_DATA_REQ", {{"mux_id", mux_b}, {"server_chan", 1}, {"credits", 1}});
     EXPECT_EQ(b.expect("RFC_DATA_IND").get("mux_id"), 0xFFu);  // B's own host credit
     EXPECT_EQ(b.expect("RFC_DATA_IND").block("payload"), std::vector<uint8_t>{0x62});
+    // A's host learns of B's grant: an indication on the data link with the
+    // credits and no payload, between its own host credits for the frames.
+    std::vector<uint32_t> host_credits;
+    Answer grant;
+    while ((grant = a.expect("RFC_DATA_IND")).row && grant.get("mux_id") == 0xFF) host_credits.push_back(grant.get("credits"));
+    ASSERT_TRUE(grant.row);
+    EXPECT_EQ(grant.get("mux_id"), mux_a);
+    EXPECT_EQ(grant.get("server_chan"), 1u);
+    EXPECT_EQ(grant.get("credits"), 1u);
+    EXPECT_EQ(grant.get("payload_length"), 0u);
+    EXPECT_EQ(host_credits, std::vector<uint32_t>{1});  // the first frame's; the second waited for the grant
+    const Answer second = a.expect("RFC_DATA_IND");
+    EXPECT_EQ(second.get("mux_id"), 0xFFu);
+    EXPECT_EQ(second.get("credits"), 2u);
 
     a.send("RFC_RELEASE_REQ", {{"mux_id", mux_a}, {"server_chan", 1}});
     EXPECT_EQ(b.expect("RFC_RELEASE_IND").get("server_chan"), 1u);

@@ -53,24 +53,25 @@ proc open_rfcomm {ours} {
 # checked against bounds. A finished test's rates must match its byte totals
 # over its time (shown to 10 ms); a running test's cover only the interval
 # since the last poll, so they are only checked against the air's rate.
-proc show {result {low 0} {high 60} {counts 1}} {
+# Every line starts with prefix.
+proc show {result {low 0} {high 60} {counts 1} {prefix ""}} {
     lassign $result status time tx rx txb rxb txr rxr
     set line "status $status tx $tx rx $rx bytes $txb $rxb"
     if {[llength $result] > 8} { append line " credits [lrange $result 8 end]" }
-    if {$counts} { puts $line }
-    if {$time < $low || $time > $high} { puts "time $time outside $low..$high" } else { puts "time plausible" }
+    if {$counts} { puts "$prefix$line" }
+    if {$time < $low || $time > $high} { puts "${prefix}time $time outside $low..$high" } else { puts "${prefix}time plausible" }
     foreach {name rate bytes} [list tx $txr $txb rx $rxr $rxb] {
         if {$status == 1} {
-            if {$rate < 0 || $rate > 95} { puts "$name rate $rate beyond the air's" }
+            if {$rate < 0 || $rate > 95} { puts "$prefix$name rate $rate beyond the air's" }
             continue
         }
         if {$bytes == 0 || $time < 0.01} {
-            if {$rate != 0} { puts "$name rate $rate for $bytes bytes in $time s" }
+            if {$rate != 0} { puts "$prefix$name rate $rate for $bytes bytes in $time s" }
             continue
         }
         set most [expr {$bytes / ($time - 0.005) / 1000.0 + 0.01}]
         set least [expr {$bytes / ($time + 0.005) / 1000.0 - 0.01}]
-        if {$rate < $least || $rate > $most} { puts "$name rate $rate, expected $least..$most" }
+        if {$rate < $least || $rate > $most} { puts "$prefix$name rate $rate, expected $least..$most" }
     }
 }
 
