@@ -1,14 +1,15 @@
 # Validated goodput of the throughput tests (PT_btl2cap, PT_btrfcomm)
-# against the simulated chip inside Kestrel, and the CPU time the process
-# spends per megabyte moved. bench/throughput_bench.sh sources it with
-# `bench_part` set to "air" or "line"; it prints figures and judges none.
+# against a simulated chip served by petrelsim, and the CPU time Kestrel and
+# petrelsim each spend per megabyte moved. bench/throughput_bench.sh sources
+# it with `bench_part` set to "air" or "line"; it prints figures and judges
+# none.
 #
 # air:  the PTSP line is unlimited and the simulated air (723,200 bit/s,
 #       then 2,178,000) is the bottleneck; goodput as a share of the air's
 #       rate.
 # line: the PTSP line runs at 921,600 baud and the air at 100 Mbit/s with
 #       no latency, so the line is the bottleneck; goodput as a share of what
-#       the PTSP framing lets through at that rate (see line_ceiling).
+#       the PTSP framing lets through at that rate (see frame_bytes).
 #
 # Every test runs against the remote peer in three ways: it echoes
 # Kestrel's payloads (Kestrel checks each echo), it sources payloads
@@ -268,13 +269,13 @@ if {$bench_part eq "air"} {
     # Line bytes per payload on the busier direction: chip to host for the
     # echo (L2CA_DATAREAD_IND, 20 bytes, and L2CA_DATAWRITE_CFM, 10) and the
     # source; host to chip for the sink (L2CA_DATAWRITE_REQ, 12). RFCOMM:
-    # RFC_DATA_IND (20) carries data and the chip's credit for each
-    # RFC_DATA_REQ (12) comes as an RFC_DATA_IND with an empty block; our
-    # grants (an RFC_DATA_REQ with no payload, and its chip credit) add one
-    # frame each way every 16 payloads.
+    # RFC_DATA_IND (20) carries data, and the chip's credit for each
+    # RFC_DATA_REQ (12) comes as an RFC_DATA_IND with an empty block: one
+    # per payload sent, and one per grant of ours (every 16 payloads
+    # received). The simulated line paces 10 bits a character; a real PTSP
+    # line is 8E1, 11 bits.
     set l [expr {$l2cap_length}]
     set r [expr {$rfcomm_length}]
-    set grant_up [expr {[frame_bytes 12 0] / 16.0}]
     set grant_down [expr {[frame_bytes 20 0] + 2}]
     set per [dict create \
         l2cap_echo [expr {[frame_bytes 20 $l] + [frame_bytes 10 0]}] \
