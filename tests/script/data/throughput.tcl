@@ -29,19 +29,20 @@ proc open_l2cap {} {
 }
 
 # An RFCOMM multiplexer and the peer's serial port channel (1). We grant the
-# peer `ours` credits; sets the globals mux and granted (the peer's grant).
-proc open_rfcomm {ours} {
+# peer `ours` credits and ask for frames of up to `frame_size` bytes; sets
+# the globals mux and granted (the peer's grant).
+proc open_rfcomm {ours {frame_size 127}} {
     global DM_PRIM DM_AM_REGISTER_CFM RFCOMM_PRIM RFC_INIT_CFM RFC_START_CFM RFC_STARTCMP_IND RFC_PARNEG_CFM
     global RFC_ESTABLISH_CFM bd_addr.lap bd_addr.uap bd_addr.nap mux_id dlc_pars.initial_credits mux granted
     DM_AM_REGISTER_REQ 1
     expect $DM_PRIM $DM_AM_REGISTER_CFM
     RFC_INIT_REQ 1 3 1 0 0 0 0 0
     expect $RFCOMM_PRIM $RFC_INIT_CFM
-    RFC_START_REQ ${bd_addr.lap} ${bd_addr.uap} ${bd_addr.nap} 3 0 127 1
+    RFC_START_REQ ${bd_addr.lap} ${bd_addr.uap} ${bd_addr.nap} 3 0 $frame_size 1
     expect $RFCOMM_PRIM $RFC_START_CFM
     set mux $mux_id
     expect $RFCOMM_PRIM $RFC_STARTCMP_IND
-    RFC_PARNEG_REQ $mux 2 1 127 1 $ours
+    RFC_PARNEG_REQ $mux 2 1 $frame_size 1 $ours
     expect $RFCOMM_PRIM $RFC_PARNEG_CFM
     set granted [expr {${dlc_pars.initial_credits}}]
     RFC_ESTABLISH_REQ $mux 2 1
