@@ -174,7 +174,20 @@ proc rfcomm_run {} {
         after 20
     }
     lassign [lrange $result 8 9] tx_credits rx_credits
+    collect_late_credits
     return $result
+}
+
+# Credits the peer grants after a test has ended (for the frames still on
+# their way) reach the receive queue, not the test: the next test starts
+# with them.
+proc collect_late_credits {} {
+    global mux tx_credits RFCOMM_PRIM RFC_DATA_IND mux_id server_chan credits
+    PT_option timeout 1
+    while {[PT_wait_until [list $RFCOMM_PRIM $RFC_DATA_IND]] ne ""} {
+        if {$mux_id == $mux && $server_chan == 1} { incr tx_credits $credits }
+    }
+    PT_option timeout 30
 }
 
 proc rfcomm_echo {count} {

@@ -46,6 +46,10 @@ void StackCore::restart() {
     local_name_ = "Petrel simulator";
     stored_keys_.clear();
     iac_laps_ = {0x9E8B33};
+    // The other ends lose their links as they would to a chip that reset:
+    // the link times out (HCI reason 0x08), and their channels with it.
+    for (const auto& [address, acl] : acls_)
+        send_air({.kind = AirFrame::Kind::acl_disconnect, .to = address, .result = 0x08});
     acls_.clear();
     next_handle_ = 1;
     scos_.clear();
