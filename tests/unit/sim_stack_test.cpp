@@ -92,6 +92,7 @@ public:
     }
 
     BdAddr address() const { return stack_.address(); }
+    void restart() { stack_.restart(Restart::power_on); }
 
 private:
     ChipStack stack_;
@@ -325,6 +326,33 @@ TEST(TwoChips, RfcommScoAndAuthorisationReachTheOtherHost) {
     EXPECT_EQ(sco.get("pv_cbarg"), 0x77u);
     a.send("DM_SCO_DISCONNECT_REQ", {{"handle", sco.get("handle")}, {"reason", 0x13}});
     EXPECT_EQ(b.expect("DM_SCO_DISCONNECT_IND").get("reason"), 0x13u);
+}
+
+TEST(TwoChips, AChipThatRestartsDropsItsLinksAtTheOtherEnd) {
+    auto world = SimWorld::make();
+    Chip a(world), b(world);
+    for (Chip* chip : {&a, &b}) {
+        chip->send("DM_AM_REGISTER_REQ", {{"phandle", 1}});
+        chip->expect("DM_AM_REGISTER_CFM");
+        chip->send("DM_HCI_WRITE_SCAN_ENABLE", {{"scan_enable", 3}});
+        chip->expect("DM_HCI_WRITE_SCAN_ENABLE_COMPLETE");
+        chip->send("RFC_INIT_REQ", {{"phandle", 6}});
+        chip->expect("RFC_INIT_CFM");
+    }
+    const BdAddr to_b = b.address();
+    a.send("RFC_START_REQ", {{"bd_addr.lap", to_b.lap}, {"bd_addr.uap", to_b.uap}, {"bd_addr.nap", to_b.nap}});
+    a.expect("RFC_START_CFM");
+    b.expect("DM_ACL_CONNECT_IND");
+    const uint32_t mux_b = b.expect("RFC_START_IND").get("mux_id");
+    b.send("RFC_START_RES", {{"mux_id", mux_b}, {"accept", 1}});
+    a.expect("RFC_STARTCMP_IND");
+
+    // A resets: B loses the link and the multiplexer on it, as it would
+    // when a chip goes silent.
+    a.restart();
+    EXPECT_EQ(b.expect("RFC_CLOSE_IND").get("mux_id"), mux_b);
+    EXPECT_EQ(b.expect("DM_ACL_DISCONNECT_IND").get("reason"), 0x08u);
+    EXPECT_EQ(b.expect("DM_ACL_CLOSED_IND").get("bd_addr.lap"), a.address().lap);
 }
 
 TEST(SdpData, SearchesMatchUuidsAndAttributeListsCutRecords) {
