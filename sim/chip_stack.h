@@ -100,6 +100,7 @@ private:
         bool open = false;
         bool group = false;
         uint8_t unanswered = 0;  // requests to the other side still waiting (connect, configure)
+        Air::Clock::time_point sending_until{};  // when the channel's last frame leaves the chip
         std::map<std::string, uint32_t, std::less<>> config;  // the host's last L2CA_CONFIG_REQ
     };
     struct Dlc {

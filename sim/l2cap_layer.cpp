@@ -109,8 +109,12 @@ void StackCore::on_l2cap(const HostPrimitive& p) {
                      .set("length", length).set("result", kNoResources));
             return;
         }
-        const L2Channel& c = channel->second;
+        L2Channel& c = channel->second;
         Air::Clock::time_point left = Air::Clock::now();
+        // The chip holds one frame a channel behind the one on the air: a
+        // write is confirmed when the frame before it has left, so a host
+        // that writes on each confirm keeps the air busy.
+        Air::Clock::time_point confirm = std::max(left, c.sending_until);
         if (c.group) {
             // Connectionless data goes to every device with a link.
             for (const auto& [address, acl] : acls_)
@@ -118,9 +122,10 @@ void StackCore::on_l2cap(const HostPrimitive& p) {
                                                 .data = {data.begin(), data.end()}}));
         } else {
             left = send_air({.kind = K::l2_data, .to = c.peer, .src = cid, .dst = c.remote_cid, .data = {data.begin(), data.end()}});
+            c.sending_until = left;
         }
-        // Confirmed once the data has left the chip.
-        at(left, [this, phandle = c.phandle, cid, length] {
+        if (c.group) confirm = left;
+        at(confirm, [this, phandle = c.phandle, cid, length] {
             emit(ChipPrimitive("L2CA_DATAWRITE_CFM").set("phandle", phandle).set("cid", cid).set("length", length));
         });
     } else if (name == "L2CA_DISCONNECT_REQ") {
