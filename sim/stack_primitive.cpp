@@ -61,7 +61,16 @@ uint32_t HostPrimitive::get(std::string_view name, unsigned index) const {
 std::span<const uint8_t> HostPrimitive::block(std::string_view name, unsigned index) const {
     const FieldDef* field = find_field(*row_, name);
     if (!field || field->width != FieldWidth::ptr || index >= field->count) return {};
-    return primitive_.block_at(field->offset + 4 * index);
+    std::span<const uint8_t> bytes = primitive_.block_at(field->offset + 4 * index);
+    // The chip reads as many bytes as the primitive's count says, and never
+    // more than the block holds.
+    if (field->format == FieldFormat::block && field->length_offset)
+        for (const FieldDef& count : row_->fields)
+            if (count.offset == field->length_offset && count.width != FieldWidth::ptr) {
+                bytes = bytes.first(std::min<size_t>(bytes.size(), load(primitive_.bytes, count.offset, count.width)));
+                break;
+            }
+    return bytes;
 }
 
 std::vector<uint8_t> HostPrimitive::bytes(std::string_view name) const {

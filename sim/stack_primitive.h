@@ -42,7 +42,8 @@ public:
     bool has(std::string_view field) const;
     // A number field (element `index` of an inline array); 0 when absent.
     uint32_t get(std::string_view field, unsigned index = 0) const;
-    // The block of a pointer field (slot `index` of a pointer array).
+    // The block of a pointer field (slot `index` of a pointer array); a byte
+    // block no longer than the count its row keeps for it.
     std::span<const uint8_t> block(std::string_view field, unsigned index = 0) const;
     // An inline byte array.
     std::vector<uint8_t> bytes(std::string_view field) const;

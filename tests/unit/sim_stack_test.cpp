@@ -129,6 +129,26 @@ TEST(ChipPrimitiveWriter, BuildsByFieldNameWithBlocksCountsAndNames) {
     EXPECT_EQ(bytes[4], 2);
 }
 
+TEST(HostPrimitiveReader, AByteBlockIsReadNoLongerThanItsCount) {
+    // A script's data block may be longer than the length it gives; the
+    // chip reads the length.
+    ChipPrimitive write(*find_sent_by_name("RFC_DATA_REQ"));
+    write.set("mux_id", 1).set("server_chan", 1).block("payload", {1, 2, 3, 4}).set("payload_length", 2);
+    auto read = HostPrimitive::decode(kChannelRfcomm, write.encode());
+    ASSERT_TRUE(read);
+    EXPECT_EQ(std::vector<uint8_t>(read->block("payload").begin(), read->block("payload").end()),
+              (std::vector<uint8_t>{1, 2}));
+    write.set("payload_length", 0);
+    read = HostPrimitive::decode(kChannelRfcomm, write.encode());
+    ASSERT_TRUE(read);
+    EXPECT_TRUE(read->block("payload").empty());
+    // A count larger than the block reads what the block holds.
+    write.set("payload_length", 9);
+    read = HostPrimitive::decode(kChannelRfcomm, write.encode());
+    ASSERT_TRUE(read);
+    EXPECT_EQ(read->block("payload").size(), 4u);
+}
+
 // Every HCI command that has a complete in the received table gets it first,
 // with the registered phandle, and a status of 0, or 0x02 when the command
 // names a connection handle that is not open.
