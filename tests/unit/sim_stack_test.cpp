@@ -103,6 +103,17 @@ private:
 
 constexpr uint32_t kPeerLap = 0xFF0C67, kPeerUap = 0x5B, kPeerNap = 0x0002;
 
+// Registered, scanning and with RFCOMM started: ready to be found and to
+// run a multiplexer.
+void start_for_rfcomm(Chip& chip) {
+    chip.send("DM_AM_REGISTER_REQ", {{"phandle", 1}});
+    chip.expect("DM_AM_REGISTER_CFM");
+    chip.send("DM_HCI_WRITE_SCAN_ENABLE", {{"scan_enable", 3}});
+    chip.expect("DM_HCI_WRITE_SCAN_ENABLE_COMPLETE");
+    chip.send("RFC_INIT_REQ", {{"phandle", 6}});
+    chip.expect("RFC_INIT_CFM");
+}
+
 TEST(ChipPrimitiveWriter, BuildsByFieldNameWithBlocksCountsAndNames) {
     ChipPrimitive p("L2CA_DATAREAD_IND");
     p.set("phandle", 7).set("cid", 0x41).block("data", {1, 2, 3});
@@ -255,14 +266,7 @@ TEST(RfcommCredits, EachDataPrimitiveIsCreditedWithTheRunningTotal) {
 TEST(TwoChips, RfcommScoAndAuthorisationReachTheOtherHost) {
     auto world = SimWorld::make();
     Chip a(world), b(world);
-    for (Chip* chip : {&a, &b}) {
-        chip->send("DM_AM_REGISTER_REQ", {{"phandle", 1}});
-        chip->expect("DM_AM_REGISTER_CFM");
-        chip->send("DM_HCI_WRITE_SCAN_ENABLE", {{"scan_enable", 3}});
-        chip->expect("DM_HCI_WRITE_SCAN_ENABLE_COMPLETE");
-        chip->send("RFC_INIT_REQ", {{"phandle", 6}});
-        chip->expect("RFC_INIT_CFM");
-    }
+    for (Chip* chip : {&a, &b}) start_for_rfcomm(*chip);
     const BdAddr to_b = b.address();
     const std::initializer_list<std::pair<std::string_view, uint32_t>> b_addr = {
         {"bd_addr.lap", to_b.lap}, {"bd_addr.uap", to_b.uap}, {"bd_addr.nap", to_b.nap}};
@@ -351,14 +355,7 @@ TEST(TwoChips, RfcommScoAndAuthorisationReachTheOtherHost) {
 TEST(TwoChips, AChipThatRestartsDropsItsLinksAtTheOtherEnd) {
     auto world = SimWorld::make();
     Chip a(world), b(world);
-    for (Chip* chip : {&a, &b}) {
-        chip->send("DM_AM_REGISTER_REQ", {{"phandle", 1}});
-        chip->expect("DM_AM_REGISTER_CFM");
-        chip->send("DM_HCI_WRITE_SCAN_ENABLE", {{"scan_enable", 3}});
-        chip->expect("DM_HCI_WRITE_SCAN_ENABLE_COMPLETE");
-        chip->send("RFC_INIT_REQ", {{"phandle", 6}});
-        chip->expect("RFC_INIT_CFM");
-    }
+    for (Chip* chip : {&a, &b}) start_for_rfcomm(*chip);
     const BdAddr to_b = b.address();
     a.send("RFC_START_REQ", {{"bd_addr.lap", to_b.lap}, {"bd_addr.uap", to_b.uap}, {"bd_addr.nap", to_b.nap}});
     a.expect("RFC_START_CFM");
