@@ -248,33 +248,31 @@ proc ceiling {baud bits length per_payload} {
 
 # --- the runs ----------------------------------------------------------
 
-if {$bench_part eq "air"} {
-    connect 0
-    open_l2cap
+# Each test at both air rates, moving as much more at the faster rate as
+# the rate is faster.
+proc air_runs {tests} {
     foreach rate {723200 2178000} {
         set configured [lindex [sim air $rate] 1]
         set air [expr {$configured / 8.0}]
         set scale [expr {$configured / 723200.0}]
-        foreach {test count} [list l2cap_echo 600 l2cap_source 600 l2cap_sink 600] {
+        foreach {test count} $tests {
             lassign [$test [expr {int($count * $scale)}]] validated moved seconds cpu
             report "air [format %7.0f $configured] [string map {_ " "} $test]" $air "the air" $validated $moved $seconds $cpu
         }
     }
+}
+
+if {$bench_part eq "air"} {
+    connect 0
+    open_l2cap
+    air_runs {l2cap_echo 600 l2cap_source 600 l2cap_sink 600}
     close_l2cap
     PT_disconnect
     connect 0
     open_rfcomm 32 $rfcomm_frame
     set tx_credits $granted
     set rx_credits 32
-    foreach rate {723200 2178000} {
-        set configured [lindex [sim air $rate] 1]
-        set air [expr {$configured / 8.0}]
-        set scale [expr {$configured / 723200.0}]
-        foreach {test count} [list rfcomm_echo 1200 rfcomm_source 1200 rfcomm_sink 1200] {
-            lassign [$test [expr {int($count * $scale)}]] validated moved seconds cpu
-            report "air [format %7.0f $configured] [string map {_ " "} $test]" $air "the air" $validated $moved $seconds $cpu
-        }
-    }
+    air_runs {rfcomm_echo 1200 rfcomm_source 1200 rfcomm_sink 1200}
     PT_disconnect
 } elseif {$bench_part eq "line"} {
     set baud 921600
