@@ -11,10 +11,12 @@ after 300; PT_flush
 set tx_payload_length 50; set rx_primitive_count 20; set count 20
 show [PT_btl2cap $channel - $count -] 0 10
 show [PT_btl2cap $channel {} ? 0] 0 1
+PT_sim latency 500
 PT_btl2cap $channel 100 1000000 1000000 async
 PT_btl2cap $channel
-after 500
-lassign [PT_btl2cap $channel] status time tx rx; puts "polled: status $status, time [expr {$time >= 0.5 && $time < 0.8}], moving [expr {$tx > 100 && $tx - $rx < 10}]"
+PT_sim latency 0
+after 1500
+lassign [PT_btl2cap $channel] status time tx rx; puts "polled: status $status, time [expr {$time >= 1.5 && $time < 2.5}], moving [expr {$tx > 100 && $tx - $rx < 10}]"
 after 300
 set before $tx; lassign [PT_btl2cap $channel] status time tx rx; puts "polled again: status $status, time [expr {$time >= 0.3 && $time < 0.6}], more [expr {$tx > $before}], totals [expr {[lindex [PT_btl2cap $channel] 4] >= $tx * 100}]"
 PT_cancel $channel
