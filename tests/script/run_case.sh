@@ -13,6 +13,10 @@
 #   CASE.log      the expected content of log.txt in the working directory
 #   CASE.mask     sed -E expressions for what else truly varies in the case
 #
+# With KESTREL_LINE_DELAY set (seconds), the case is fed one line at a time
+# with that pause before each next line, as a slow machine would reach them.
+# A case whose console then changes depends on a race with the chip.
+#
 # usage: run_case.sh KESTREL SOURCE_DIR CASE_PATH VERSION_LINE
 set -u
 kestrel=$1 source_dir=$2 case=$3 version_line=$4
@@ -28,8 +32,16 @@ if [ -f "$case.setup" ]; then
     (cd "$work" && SOURCE_DIR="$source_dir" KESTREL="$kestrel" bash -e "$case.setup") || { echo "setup failed"; exit 1; }
 fi
 
-(cd "$work" && "$kestrel" "${args[@]}" < "$case.tcl" > "$work/console.txt" 2>&1)
-rc=$?
+if [ -n "${KESTREL_LINE_DELAY:-}" ]; then
+    # perl passes every byte through unchanged, NULs and a last line
+    # without its newline included.
+    perl -e '$| = 1; while (<STDIN>) { print; select(undef, undef, undef, $ARGV[0]) }' \
+        "$KESTREL_LINE_DELAY" < "$case.tcl" | (cd "$work" && "$kestrel" "${args[@]}" > "$work/console.txt" 2>&1)
+    rc=${PIPESTATUS[1]}
+else
+    (cd "$work" && "$kestrel" "${args[@]}" < "$case.tcl" > "$work/console.txt" 2>&1)
+    rc=$?
+fi
 
 source "$here/mask.sh"
 # @HEADER@ lines of an expected file become the start-up block.

@@ -12,13 +12,15 @@ set tx_payload_length 50; set rx_primitive_count 20; set count 20
 show [PT_btl2cap $channel - $count -] 0 10
 show [PT_btl2cap $channel {} ? 0] 0 1
 PT_sim latency 500
-PT_btl2cap $channel 100 1000000 1000000 async
-PT_btl2cap $channel
+set start [clock milliseconds]; PT_btl2cap $channel 100 1000000 1000000 async; PT_btl2cap $channel
 PT_sim latency 0
 after 1500
-lassign [PT_btl2cap $channel] status time tx rx; puts "polled: status $status, time [expr {$time >= 1.5 && $time < 2.5}], moving [expr {$tx > 100 && $tx - $rx < 10}]"
+# A poll's time is the time since the start or the last poll, as a clock
+# read beside it sees it.
+proc elapsed {time since} { expr {abs($time * 1000 - ([clock milliseconds] - $since)) < 100} }
+set polled [clock milliseconds]; lassign [PT_btl2cap $channel] status time tx rx; puts "polled: status $status, time [elapsed $time $start], moving [expr {$tx > 100 && $tx - $rx < 10}]"
 after 300
-set before $tx; lassign [PT_btl2cap $channel] status time tx rx; puts "polled again: status $status, time [expr {$time >= 0.3 && $time < 0.6}], more [expr {$tx > $before}], totals [expr {[lindex [PT_btl2cap $channel] 4] >= $tx * 100}]"
+set before $tx; lassign [PT_btl2cap $channel] status time tx rx; puts "polled again: status $status, time [elapsed $time $polled], more [expr {$tx > $before}], totals [expr {[lindex [PT_btl2cap $channel] 4] >= $tx * 100}]"
 PT_cancel $channel
 after 100
 set stopped $gTXcount(0x40); after 200; puts "stopped: [expr {$gTXcount(0x40) == $stopped}]"

@@ -84,7 +84,7 @@ proc show_timed {result length period} {
     lassign $result status time tx rx txb rxb
     puts "status $status, bytes are counts times $length: [expr {$txb == $tx * $length && $rxb == $rx * $length}]"
     puts "moved data: [expr {$tx > 0 || $rx > 0}], in flight at the end: [expr {$tx >= $rx && $tx - $rx < 10}]"
-    show $result $period [expr {$period + 0.5}] 0
+    show $result $period [expr {$period + 1}] 0
 }
 
 # Releases the data link and opens it again, so both sides start over with
