@@ -149,6 +149,9 @@ TEST_F(PeerPayloadsTest, SinkCountsGoodAndBadPerChannelAndReturnsCredits) {
     }
     send({.kind = K::l2_data, .src = kMyCid, .dst = device_->peer_cid(), .data = {9, 9}});
     ASSERT_TRUE(eventually([&] { return peer_->payloads().good() == 6 && peer_->payloads().bad() == 1; }));
+    // The credits cross the air after the counting: wait for them, then
+    // check that no more came.
+    EXPECT_TRUE(eventually([&] { return device_->credits() >= 3; }));
     EXPECT_EQ(device_->credits(), 3u);
     EXPECT_TRUE(device_->l2().empty());
 
