@@ -88,10 +88,16 @@ proc await {args} {
     }
 }
 
-# What the peer counted: good, bad.
-proc peer_counts {} {
+# A sink run's figures once the last payloads have reached the peer: the
+# bytes the peer validated, the bytes sent, the time and the CPU time. The
+# peer goes back to echoing.
+proc sink_result {length txb time cpu} {
+    after 100
     set line [lindex [split [sim peer] \n] 1]
-    return [list [lindex $line 3] [lindex $line 5]]
+    set good [lindex $line 3]; set bad [lindex $line 5]
+    sim peer echo
+    if {$bad != 0} { puts "BENCH the sinking peer found $bad bad payloads" }
+    return [list [expr {$good * $length}] $txb $time $cpu]
 }
 
 # Prints one measurement: `validated` payload bytes in `seconds`, against
@@ -136,12 +142,7 @@ proc l2cap_sink {count} {
     sim peer reset payload random sink
     set cpu [cpu]
     lassign [PT_btl2cap $channel $l2cap_length $count 0] status time tx rx txb rxb
-    set cpu [cpu_since $cpu]
-    after 100
-    lassign [peer_counts] good bad
-    sim peer echo
-    if {$bad != 0} { puts "BENCH the sinking peer found $bad bad payloads" }
-    return [list [expr {$good * $l2cap_length}] $txb $time $cpu]
+    return [sink_result $l2cap_length $txb $time [cpu_since $cpu]]
 }
 
 # The peer keeps a channel whose chip has gone and would source on it too,
@@ -219,12 +220,7 @@ proc rfcomm_sink {count} {
     set result [rfcomm_run]
     if {$result eq ""} { sim peer echo; return {} }
     lassign $result status time tx rx txb rxb
-    set cpu [cpu_since $cpu]
-    after 100
-    lassign [peer_counts] good bad
-    sim peer echo
-    if {$bad != 0} { puts "BENCH the sinking peer found $bad bad payloads" }
-    return [list [expr {$good * $rfcomm_length}] $txb $time $cpu]
+    return [sink_result $rfcomm_length $txb $time [cpu_since $cpu]]
 }
 
 # --- the PTSP line's ceiling -------------------------------------------
